@@ -1,0 +1,49 @@
+# The whole set-up on a fresh Debian 12 machine: `make demo` and `make test`.
+
+PACKAGES := g++ cmake make pkg-config qtbase5-dev libgtest-dev libgmock-dev libbenchmark-dev
+, := ,
+JOBS     := $(shell nproc 2>/dev/null || echo 2)
+SUDO     := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
+
+BUILD_DIR := build/release
+ASAN_DIR  := build/asan
+TSAN_DIR  := build/tsan
+BENCH_DIR := build/bench
+
+CMAKE_CONFIGURE = cmake -S . -B $(1) -DCMAKE_BUILD_TYPE=$(2) $(3) >/dev/null
+
+.PHONY: deps build test test-asan test-tsan demo bench clean
+
+# Installs only what is missing, so a second run costs one dpkg query.
+deps:
+	@missing=$$(for p in $(PACKAGES); do \
+	    dpkg-query -W -f='$${Status}\n' $$p 2>/dev/null | grep -q 'install ok installed' || echo $$p; \
+	  done); \
+	if [ -n "$$missing" ]; then \
+	  echo "Installing:" $$missing; \
+	  $(SUDO) apt-get update -qq && \
+	  DEBIAN_FRONTEND=noninteractive $(SUDO) apt-get install -y -qq --no-install-recommends $$missing >/dev/null; \
+	fi
+
+build: deps
+	$(call CMAKE_CONFIGURE,$(BUILD_DIR),Release,)
+	cmake --build $(BUILD_DIR) -j $(JOBS)
+
+test: build
+	cd $(BUILD_DIR) && ctest --output-on-failure -j $(JOBS)
+
+test-asan: deps
+	$(call CMAKE_CONFIGURE,$(ASAN_DIR),RelWithDebInfo,-DQUILLMERE_SANITIZE=address$(,)undefined)
+	cmake --build $(ASAN_DIR) -j $(JOBS)
+	cd $(ASAN_DIR) && UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1 ctest --output-on-failure -j $(JOBS)
+
+demo: build
+	./$(BUILD_DIR)/quillmere_demo
+
+bench: deps
+	$(call CMAKE_CONFIGURE,$(BENCH_DIR),Release,-DQUILLMERE_BUILD_BENCH=ON)
+	cmake --build $(BENCH_DIR) -j $(JOBS)
+	@echo "Benchmarks built in $(BENCH_DIR)/bench; run one with e.g. $(BENCH_DIR)/bench/bench_tone"
+
+clean:
+	rm -rf build

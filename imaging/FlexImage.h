@@ -1,0 +1,254 @@
+#pragma once
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <type_traits>
+
+#include "core/GrowString.h"
+#include "imaging/Luminance.h"
+
+// Platform data tied to an image; deleted with it.
+class FlexImageAttachment
+{
+public:
+    virtual ~FlexImageAttachment() = default;
+};
+
+// Interleaved raster of T samples (unsigned char or float), row-major with no
+// row padding. Both sample types use the 0..255 scale: float images are not
+// normalised. Besides pixels an image carries the picture's frame margins and
+// its render scale, which the renderer hands to filters per tile.
+template <typename T>
+class FlexImage
+{
+public:
+    T* pixels = nullptr;
+    int32_t width = 0;
+    int32_t height = 0;
+    int32_t channels = 3;
+    bool ownsPixels = true;
+    GrowString label;
+    int32_t marginLeft = 0;
+    int32_t marginRight = 0;
+    int32_t marginTop = 0;
+    int32_t marginBottom = 0;
+    float scale = 1.0f;
+    FlexImageAttachment* attachment = nullptr;
+
+    FlexImage() = default;
+    FlexImage(int32_t w, int32_t h, int32_t c) { reshape(w, h, c); }
+    FlexImage(FlexImage const&) = delete;
+    FlexImage& operator=(FlexImage const&) = delete;
+    ~FlexImage() { clear(); }
+
+    size_t sampleCount() const { return size_t(std::max(width, 0)) * size_t(std::max(height, 0)) * size_t(channels); }
+    T* pixelAt(int32_t x, int32_t y) { return pixels + (size_t(y) * size_t(width) + size_t(x)) * size_t(channels); }
+    T const* pixelAt(int32_t x, int32_t y) const { return pixels + (size_t(y) * size_t(width) + size_t(x)) * size_t(channels); }
+
+    // Frees the pixels (when owned) and the attachment.
+    void clear()
+    {
+        if (ownsPixels)
+            delete[] pixels;
+        pixels = nullptr;
+        ownsPixels = true;
+        width = height = 0;
+        delete attachment;
+        attachment = nullptr;
+    }
+
+    // (Re)allocates an owned buffer of the given shape. A channel count below
+    // 1 is taken as 3; a float image with 4 channels starts with alpha 255.
+    void reshape(int32_t w, int32_t h, int32_t c)
+    {
+        if (ownsPixels)
+            delete[] pixels;
+        pixels = nullptr;
+        ownsPixels = true;
+        channels = c < 1 ? 3 : c;
+        width = w;
+        height = h;
+        if (w > 0 && h > 0)
+            pixels = new T[size_t(w) * size_t(h) * size_t(channels)];
+        setOpaqueAlphaIfFloat();
+    }
+
+    // Keeps the buffer when it already has the wanted size.
+    void ensureSize(int32_t w, int32_t h)
+    {
+        if (!pixels || width != w || height != h)
+            reshape(w, h, channels);
+    }
+
+    void setOpaqueAlpha()
+    {
+        if (channels != 4 || !pixels)
+            return;
+        size_t const n = size_t(width) * size_t(height);
+        for (size_t i = 0; i < n; ++i)
+            pixels[i * 4 + 3] = T(255);
+    }
+
+    void copyFrameFrom(FlexImage const& source)
+    {
+        marginLeft = source.marginLeft;
+        marginRight = source.marginRight;
+        marginTop = source.marginTop;
+        marginBottom = source.marginBottom;
+        scale = source.scale;
+    }
+
+    void copyFromImage(FlexImage const& source, bool copyChannels)
+    {
+        int32_t const wanted = copyChannels ? source.channels : (channels < 1 ? 3 : channels);
+        if (!pixels || width != source.width || height != source.height || channels != wanted) {
+            if (ownsPixels)
+                delete[] pixels;
+            pixels = nullptr;
+            ownsPixels = true;
+            width = source.width;
+            height = source.height;
+            channels = wanted;
+            if (width > 0 && height > 0)
+                pixels = new T[sampleCount()];
+        }
+        if (pixels && source.pixels)
+            copyPixels(source);
+        copyFrameFrom(source);
+    }
+
+    // Places source with its top-left corner at (x, y); margins (left, right,
+    // top, bottom) columns and rows of the source are left out.
+    void copyFromImagePortion(FlexImage const& source, int32_t x, int32_t y, int32_t const* margins)
+    {
+        if (!pixels || !source.pixels)
+            return;
+        int32_t const left = margins ? margins[0] : 0;
+        int32_t const right = margins ? margins[1] : 0;
+        int32_t const top = margins ? margins[2] : 0;
+        int32_t const bottom = margins ? margins[3] : 0;
+        int32_t const firstColumn = std::max(left, -x);
+        int32_t const endColumn = std::min(source.width - right, width - x);
+        int32_t const firstRow = std::max(top, -y);
+        int32_t const endRow = std::min(source.height - bottom, height - y);
+        if (firstColumn >= endColumn)
+            return;
+        int32_t const shared = std::min(channels, source.channels);
+        for (int32_t r = firstRow; r < endRow; ++r) {
+            T const* from = source.pixelAt(firstColumn, r);
+            T* to = pixelAt(x + firstColumn, y + r);
+            copyRow(from, source.channels, to, channels, shared, endColumn - firstColumn);
+        }
+    }
+
+    // Convolution with edge pixels repeated; the kernel is expected to be
+    // normalised by its maker, and sums are stored as they are.
+    void convolveWithKernel(float const* kernel, int32_t kw, int32_t kh, FlexImage& destination) const
+    {
+        if (destination.width != width || destination.height != height || !destination.pixels)
+            destination.reshape(width, height, destination.channels);
+        if (!pixels || !destination.pixels)
+            return;
+        int32_t const shared = std::min(destination.channels, channels);
+        float* sums = new float[size_t(shared)];
+        for (int32_t y = 0; y < height; ++y) {
+            for (int32_t x = 0; x < width; ++x) {
+                std::fill(sums, sums + shared, 0.0f);
+                for (int32_t ky = 0; ky < kh; ++ky) {
+                    int32_t const sy = std::clamp(y + ky - kh / 2, 0, height - 1);
+                    for (int32_t kx = 0; kx < kw; ++kx) {
+                        int32_t const sx = std::clamp(x + kx - kw / 2, 0, width - 1);
+                        float const weight = kernel[ky * kw + kx];
+                        T const* p = pixelAt(sx, sy);
+                        for (int32_t c = 0; c < shared; ++c)
+                            sums[c] += weight * float(p[c]);
+                    }
+                }
+                T* out = destination.pixelAt(x, y);
+                for (int32_t c = 0; c < shared; ++c)
+                    out[c] = storeSample(sums[c]);
+            }
+        }
+        delete[] sums;
+    }
+
+    // Moves one pixel's luminance to the contrast curve about pivot while
+    // keeping its hue and saturation.
+    static void luminanceContrast(T* pixel, int32_t channelCount, float contrast, float pivot)
+    {
+        float const L = float(pixelLuminance(pixel, channelCount));
+        float const e = contrast >= 1.0f ? 1.0f / (2.0f - contrast) : contrast;
+        float target;
+        if (L <= pivot)
+            target = pivot * std::pow(L / pivot, e);
+        else
+            target = 255.0f - std::pow((255.0f - L) / (255.0f - pivot), e) * (255.0f - pivot);
+        moveLuminance(pixel, channelCount, L, target);
+    }
+
+    void luminanceContrast(T* pixel, float contrast, float pivot) const
+    {
+        luminanceContrast(pixel, channels, contrast, pivot);
+    }
+
+    // Sets the pixel's luminance from L to target: scaling toward black when
+    // it falls, toward white when it rises; results truncated toward zero.
+    static void moveLuminance(T* pixel, int32_t channelCount, float L, float target)
+    {
+        if (L == 0.0f || L == 255.0f) {
+            for (int32_t c = 0; c < channelCount; ++c)
+                pixel[c] = storeSample(target);
+            return;
+        }
+        for (int32_t c = 0; c < channelCount; ++c) {
+            float const v = float(pixel[c]);
+            float const moved = L >= target ? v - v * (L - target) / L
+                                            : v + (255.0f - v) * (target - L) / (255.0f - L);
+            pixel[c] = storeSample(moved);
+        }
+    }
+
+    // Float images keep the value; 8-bit images truncate toward zero.
+    static T storeSample(float v)
+    {
+        if constexpr (std::is_same_v<T, float>)
+            return v;
+        else
+            return T(int(v));
+    }
+
+private:
+    void setOpaqueAlphaIfFloat()
+    {
+        if constexpr (std::is_same_v<T, float>)
+            setOpaqueAlpha();
+    }
+
+    void copyPixels(FlexImage const& source)
+    {
+        int32_t const shared = std::min(channels, source.channels);
+        size_t const n = size_t(width) * size_t(height);
+        if (channels == source.channels) {
+            std::memcpy(pixels, source.pixels, n * size_t(channels) * sizeof(T));
+            return;
+        }
+        copyRow(source.pixels, source.channels, pixels, channels, shared, int32_t(n));
+        if (channels == 4 && source.channels < 4)
+            for (size_t i = 0; i < n; ++i)
+                pixels[i * 4 + 3] = T(255);
+    }
+
+    static void copyRow(T const* from, int32_t fromChannels, T* to, int32_t toChannels, int32_t shared,
+                        int32_t pixelCount)
+    {
+        if (fromChannels == toChannels && shared == toChannels) {
+            std::memcpy(to, from, size_t(pixelCount) * size_t(toChannels) * sizeof(T));
+            return;
+        }
+        for (int32_t i = 0; i < pixelCount; ++i)
+            for (int32_t c = 0; c < shared; ++c)
+                to[size_t(i) * toChannels + c] = from[size_t(i) * fromChannels + c];
+    }
+};

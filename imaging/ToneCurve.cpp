@@ -1,0 +1,143 @@
+#include "imaging/ToneCurve.h"
+
+#include <cstdlib>
+
+namespace {
+
+constexpr int smoothingPasses = 11;
+constexpr float tableStep = 1.0f / 2549.0f;
+
+Point2D midpoint(Point2D const& a, Point2D const& b)
+{
+    return Point2D{float((double(a.x) + double(b.x)) * 0.5), float((double(a.y) + double(b.y)) * 0.5)};
+}
+
+// One pass of uniform cubic B-spline subdivision; the end points stay put.
+GrowArray<Point2D> subdivide(GrowArray<Point2D> const& w)
+{
+    GrowArray<Point2D> n;
+    n.data = new Point2D[size_t(2 * w.count)];
+    n.capacity = 2 * w.count;
+    Point2D previousMid;
+    for (int32_t i = 0; i + 1 < w.count; ++i) {
+        n.add(w[i]);
+        Point2D const mid = midpoint(w[i], w[i + 1]);
+        if (i >= 1) {
+            Point2D& moved = n.last();
+            moved.x = 0.25f * (previousMid.x + mid.x) + 0.5f * w[i].x;
+            moved.y = 0.25f * (previousMid.y + mid.y) + 0.5f * w[i].y;
+        }
+        n.add(mid);
+        previousMid = mid;
+    }
+    n.add(w.last());
+    return n;
+}
+
+} // namespace
+
+ToneCurve::ToneCurve(int interiorPoints)
+{
+    controlPoints.add(Point2D{0.0f, 0.0f});
+    for (int k = 1; k <= interiorPoints; ++k) {
+        float const t = float(k) / float(interiorPoints + 1);
+        controlPoints.add(Point2D{t, t});
+    }
+    controlPoints.add(Point2D{1.0f, 1.0f});
+    hueOffset = 180.0f;
+    updateSmoothVals();
+}
+
+void ToneCurve::setControlPoints(GrowString text)
+{
+    controlPoints.count = 0;
+    bool haveX = false;
+    float x = 0.0f;
+    while (text.length() > 0) {
+        GrowString const word = text.takeWordRespectingQuotes();
+        if (word.isEmpty())
+            break;
+        float const number = float(std::strtod(word.c_str(), nullptr));
+        if (haveX)
+            controlPoints.add(Point2D{x, number});
+        else
+            x = number;
+        haveX = !haveX;
+    }
+    normaliseEnds();
+    updateSmoothVals();
+}
+
+void ToneCurve::setControlPoints(GrowArray<Point2D> const& points)
+{
+    controlPoints = points;
+    normaliseEnds();
+    updateSmoothVals();
+}
+
+void ToneCurve::setControlPoint(int index, Point2D point)
+{
+    if (index < 0 || index >= controlPoints.count)
+        return;
+    controlPoints[index] = point;
+    updateSmoothVals();
+}
+
+void ToneCurve::normaliseEnds()
+{
+    if (controlPoints.count == 0)
+        controlPoints.add(Point2D{0.0f, 0.0f});
+    if (controlPoints.count < 2)
+        controlPoints.add(Point2D{1.0f, 1.0f});
+    controlPoints[0].x = 0.0f;
+    controlPoints.last().x = 1.0f;
+}
+
+bool ToneCurve::hasControlPoints(float const* xy, int pointCount) const
+{
+    if (controlPoints.count != pointCount)
+        return false;
+    for (int i = 0; i < pointCount; ++i)
+        if (!(controlPoints[i] == Point2D{xy[2 * i], xy[2 * i + 1]}))
+            return false;
+    return true;
+}
+
+bool ToneCurve::isIdentity() const
+{
+    static float const identity[] = {0.0f, 0.0f, 1.0f, 1.0f};
+    return hasControlPoints(identity, 2);
+}
+
+void ToneCurve::updateSmoothVals()
+{
+    GrowArray<Point2D> w = controlPoints;
+    for (int pass = 0; pass < smoothingPasses; ++pass)
+        w = subdivide(w);
+
+    table.count = 0;
+    Point2D const first = w[0];
+    Point2D const last = w.last();
+    int32_t cursor = 0;
+    for (int i = 0; i < tableSize; ++i) {
+        float const x = float(i) * tableStep;
+        float value;
+        if (!(x > first.x)) {
+            value = first.y;
+        } else if (x >= last.x) {
+            value = last.y;
+        } else {
+            // The cursor only moves forward: points out of x order are followed
+            // as far as a forward scan allows, never sorted.
+            int32_t j = cursor + 1;
+            while (j < w.count - 1 && w[j].x < x)
+                ++j;
+            cursor = j - 1;
+            Point2D const a = w[j - 1];
+            Point2D const b = w[j];
+            float const t = b.x == a.x ? 0.0f : (x - a.x) / (b.x - a.x);
+            value = float(double(a.y) * (1.0 - double(t)) + double(t * b.y));
+        }
+        table.add(value);
+    }
+}

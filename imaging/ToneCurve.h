@@ -1,0 +1,64 @@
+#pragma once
+
+#include "core/GrowArray.h"
+#include "core/GrowString.h"
+
+struct Point2D
+{
+    float x = 0.0f;
+    float y = 0.0f;
+
+    bool operator==(Point2D const& o) const { return !(x < o.x) && !(x > o.x) && !(y < o.y) && !(y > o.y); }
+};
+
+// A curve through control points, smoothed once per change into a table of
+// 2550 samples over [0, 1] and read per pixel by linear interpolation. The
+// smoothing is 11 passes of cubic B-spline subdivision with pinned ends, so
+// the curve passes through its end points and near the interior ones.
+class ToneCurve
+{
+public:
+    static constexpr int tableSize = 2550;
+    static constexpr int lastEntry = tableSize - 1;
+
+    // Identity through n evenly spaced interior points.
+    explicit ToneCurve(int interiorPoints = 0);
+
+    // Parses a flat list of x y pairs such as "0 .25 1 .75".
+    void setControlPoints(GrowString text);
+    void setControlPoints(GrowArray<Point2D> const& points);
+    void setControlPoint(int index, Point2D point);
+    GrowArray<Point2D> const& getControlPoints() const { return controlPoints; }
+    // True when the points are exactly the given list (for no-op tests).
+    bool hasControlPoints(float const* xy, int pointCount) const;
+    bool isIdentity() const;
+
+    void updateSmoothVals();
+
+    // Value at v in [0, 1]; v >= 1 gives the last entry.
+    float lookup(float v) const { return v >= 1.0f ? table[lastEntry] : lookupAtIndex(v * float(lastEntry)); }
+    // Value for a channel sample on the 0..255 scale.
+    float lookupChannel(float c) const
+    {
+        return c * (1.0f / 255.0f) >= 1.0f ? table[lastEntry] : lookupAtIndex(c * 9.996079f);
+    }
+    // Value at a fractional table position, the one interpolation rule.
+    float lookupAtIndex(float f) const
+    {
+        if (!(f > 0.0f))
+            return table[0];
+        int const i = int(f);
+        if (i >= lastEntry)
+            return table[lastEntry];
+        return (float(i + 1) - f) * table[i] + (f - float(i)) * table[i + 1];
+    }
+
+    float const* values() const { return table.data; }
+    float hueOffset = 180.0f;
+
+private:
+    GrowArray<Point2D> controlPoints;
+    GrowArray<float> table;
+
+    void normaliseEnds();
+};

@@ -1,0 +1,101 @@
+#include <gtest/gtest.h>
+
+#include <initializer_list>
+
+#include "imaging/ToneCurve.h"
+
+namespace {
+
+void expectPoints(ToneCurve const& curve, std::initializer_list<float> xy)
+{
+    GrowArray<Point2D> const& points = curve.getControlPoints();
+    ASSERT_EQ(size_t(points.count) * 2, xy.size());
+    auto it = xy.begin();
+    for (int i = 0; i < points.count; ++i) {
+        EXPECT_FLOAT_EQ(points[i].x, *it++) << "point " << i;
+        EXPECT_FLOAT_EQ(points[i].y, *it++) << "point " << i;
+    }
+}
+
+} // namespace
+
+TEST(ToneCurve, CollinearPointsStayOnTheLine)
+{
+    for (int interior : {0, 3}) {
+        ToneCurve const curve(interior);
+        for (int i = 0; i < ToneCurve::tableSize; ++i)
+            EXPECT_NEAR(curve.values()[i], float(i) / 2549.0f, 2e-6f) << "entry " << i;
+    }
+}
+
+TEST(ToneCurve, ParsingNormalisesTheEnds)
+{
+    ToneCurve curve;
+    curve.setControlPoints(GrowString(""));
+    expectPoints(curve, {0, 0, 1, 1});
+
+    curve.setControlPoints(GrowString("0.5 0.7"));
+    expectPoints(curve, {0, 0.7f, 1, 1});
+
+    curve.setControlPoints(GrowString("0 0.2 0.4"));
+    expectPoints(curve, {0, 0.2f, 1, 1});
+
+    curve.setControlPoints(GrowString("0.3 0.1 0.8 0.9"));
+    expectPoints(curve, {0, 0.1f, 1, 0.9f});
+
+    curve.setControlPoints(GrowString("0 0 abc .5 1 1"));
+    expectPoints(curve, {0, 0, 0, 0.5f, 1, 1});
+
+    curve.setControlPoints(GrowString("0.000000 0.000000 0.130435 0.069565 0.193478 0.406522 1.000000 1.000000"));
+    EXPECT_EQ(curve.getControlPoints().count, 4);
+}
+
+TEST(ToneCurve, EndPointsAreExactAndLookupInterpolates)
+{
+    ToneCurve curve;
+    curve.setControlPoints(GrowString("0 .25 1 .75"));
+    EXPECT_EQ(curve.lookup(0.0f), 0.25f);
+    EXPECT_EQ(curve.lookup(1.0f), curve.values()[2549]);
+    EXPECT_EQ(curve.lookup(1.5f), curve.values()[2549]);
+    EXPECT_NEAR(curve.values()[2549], 0.75f, 1e-6f);
+    // A straight segment from .25 to .75: the middle reads .5.
+    EXPECT_NEAR(curve.lookup(0.5f), 0.5f, 1e-5f);
+    EXPECT_NEAR(curve.lookupChannel(127.5f), 0.5f, 1e-5f);
+    EXPECT_EQ(curve.lookupChannel(255.0f), curve.values()[2549]);
+    // Half-way between two entries reads their mean.
+    float const mid = curve.lookupAtIndex(100.5f);
+    EXPECT_NEAR(mid, 0.5f * (curve.values()[100] + curve.values()[101]), 1e-7f);
+    EXPECT_EQ(curve.lookup(0.9999999f), curve.lookup(0.9999999f)) << "no read past the table";
+}
+
+TEST(ToneCurve, MonotonicPointsGiveAMonotonicTable)
+{
+    ToneCurve curve;
+    curve.setControlPoints(GrowString("0 0 0.2 0.05 0.45 0.6 0.7 0.8 1 1"));
+    for (int i = 1; i < ToneCurve::tableSize; ++i)
+        EXPECT_GE(curve.values()[i], curve.values()[i - 1]) << "entry " << i;
+    // The smoothed curve passes near, not through, an interior point.
+    EXPECT_NEAR(curve.lookup(0.45f), 0.6f, 0.08f);
+}
+
+TEST(ToneCurve, NothingClampsValuesAboveOne)
+{
+    ToneCurve curve;
+    curve.setControlPoints(GrowString("0 0 .5 1.5 1 1"));
+    EXPECT_GT(curve.lookup(0.5f), 1.0f);
+}
+
+TEST(ToneCurve, CopiesCarryPointsTableAndHueOffset)
+{
+    ToneCurve curve;
+    curve.setControlPoints(GrowString("0 .5 .5 .8 1 .5"));
+    curve.hueOffset = 90.0f;
+    ToneCurve copy(3);
+    copy = curve;
+    EXPECT_EQ(copy.hueOffset, 90.0f);
+    EXPECT_EQ(copy.getControlPoints().count, 3);
+    EXPECT_EQ(copy.lookup(0.3f), curve.lookup(0.3f));
+    EXPECT_EQ(ToneCurve().hueOffset, 180.0f);
+    EXPECT_TRUE(ToneCurve().isIdentity());
+    EXPECT_FALSE(curve.isIdentity());
+}
