@@ -1,0 +1,212 @@
+#include "mods/ImageMod.h"
+
+ImageMod::ImageMod(GrowString const& name, GrowString const& displayName)
+{
+    setName(name, displayName);
+}
+
+ImageMod::~ImageMod()
+{
+    clearVars();
+}
+
+void ImageMod::deleteAll(GrowArray<ImageModVariable*>& list)
+{
+    for (ImageModVariable* v : list)
+        delete v;
+    list.release();
+}
+
+void ImageMod::copyAll(GrowArray<ImageModVariable*> const& from, GrowArray<ImageModVariable*>& to)
+{
+    for (ImageModVariable const* v : from)
+        to.add(new ImageModVariable(*v));
+}
+
+ImageMod& ImageMod::operator=(ImageMod const& other)
+{
+    if (this == &other)
+        return *this;
+    name = other.name;
+    displayName = other.displayName;
+    description = other.description;
+    clearVars();
+    copyAll(other.vars, vars);
+    copyAll(other.auxVars, auxVars);
+    copyAll(other.defaultVars, defaultVars);
+    enabled = other.enabled;
+    version = other.version;
+    stringListA = other.stringListA;
+    stringListB = other.stringListB;
+    return *this;
+}
+
+void ImageMod::clearVars()
+{
+    deleteAll(vars);
+    deleteAll(auxVars);
+    deleteAll(defaultVars);
+}
+
+void ImageMod::setName(GrowString const& newName, GrowString const& newDisplayName)
+{
+    name = newName;
+    displayName = newDisplayName.isEmpty() ? newName : newDisplayName;
+}
+
+ImageModVariable* ImageMod::addVar(ImageModVariable const& variable)
+{
+    vars.add(new ImageModVariable(variable));
+    auxVars.add(new ImageModVariable(variable));
+    defaultVars.add(new ImageModVariable(variable));
+    return vars.last();
+}
+
+bool ImageMod::isAtDefaultVars()
+{
+    if (vars.count != defaultVars.count)
+        return false;
+    for (int32_t i = 0; i < vars.count; ++i)
+        if (!vars[i]->matches(*defaultVars[i]))
+            return false;
+    return true;
+}
+
+bool ImageMod::operator==(ImageMod const& other) const
+{
+    if (name.length() != other.name.length() || !(name == other.name))
+        return false;
+    if (vars.count != other.vars.count || enabled != other.enabled)
+        return false;
+    for (int32_t i = 0; i < vars.count; ++i)
+        if (!vars[i]->matches(*other.vars[i]))
+            return false;
+    return version == other.version;
+}
+
+ImageModVariable* ImageMod::getAmountVar()
+{
+    for (ImageModVariable* v : vars)
+        if (v->name == "Amount")
+            return v;
+    return nullptr;
+}
+
+int ImageMod::getExtraPixelRadiusRequired(int, int, float)
+{
+    return 0;
+}
+
+void ImageMod::applyMod(FlexImage<unsigned char>*, ImageModChunkInfo*) {}
+
+void ImageMod::applyMod(FlexImage<float>*, ImageModChunkInfo*) {}
+
+ImageModVariable* ImageMod::getMainVariable()
+{
+    return vars.count > 0 ? vars[0] : nullptr;
+}
+
+void ImageMod::notifyVarChanged(int) {}
+
+GrowArray<ImageModVariable*> ImageMod::getRemixVars()
+{
+    GrowArray<ImageModVariable*> remix;
+    for (ImageModVariable* v : vars) {
+        if (v->name == remixVariableName) {
+            remix.add(v);
+            break;
+        }
+    }
+    return remix;
+}
+
+void ImageMod::applyDefaultVars()
+{
+    for (int32_t i = 0; i < vars.count && i < defaultVars.count; ++i)
+        *vars[i] = *defaultVars[i];
+}
+
+void ImageMod::setDefaultVarsToCurrent()
+{
+    deleteAll(defaultVars);
+    copyAll(vars, defaultVars);
+}
+
+int ImageMod::indexOfVar(char const* variableName) const
+{
+    for (int32_t i = 0; i < vars.count; ++i)
+        if (vars[i]->name == variableName)
+            return i;
+    return -1;
+}
+
+float ImageMod::floatVar(int index, float fallback) const
+{
+    if (index < 0 || index >= vars.count)
+        return fallback;
+    ImageModVariableDataFloat const* f = vars[index]->floatData();
+    return f ? f->value : fallback;
+}
+
+bool ImageMod::hasFloatVar(int index) const
+{
+    return index >= 0 && index < vars.count && vars[index]->floatData();
+}
+
+ToneCurve const* ImageMod::curveVar(int index) const
+{
+    if (index < 0 || index >= vars.count)
+        return nullptr;
+    ImageModVariableDataCurve const* c = vars[index]->curveData();
+    return c ? &c->curve : nullptr;
+}
+
+OVRGBColor ImageMod::colorVar(int index) const
+{
+    if (index < 0 || index >= vars.count)
+        return OVRGBColor();
+    ImageModVariableDataColor const* c = vars[index]->colorData();
+    return c ? c->color : OVRGBColor();
+}
+
+int ImageMod::choiceVar(int index, int fallback) const
+{
+    if (index < 0 || index >= vars.count)
+        return fallback;
+    ImageModVariableDataChoice const* c = vars[index]->choiceData();
+    return c ? c->selected : fallback;
+}
+
+void ImageMod::setFloatVar(int index, float value)
+{
+    if (index < 0 || index >= vars.count)
+        return;
+    if (ImageModVariableDataFloat* f = vars[index]->floatData())
+        f->value = value;
+    notifyVarChanged(index);
+}
+
+ImageModVariable* ImageMod::addPercentVar(char const* variableName, float value, float min, float max,
+                                          float displayMin, float displayMax)
+{
+    ImageModVariable* v = addVar(ImageModVariable::makeFloat(variableName, value, min, max));
+    v->floatData()->setDisplayRange(displayMin, displayMax);
+    return v;
+}
+
+void ImageMod::setAuxFloat(int index, float value)
+{
+    if (index < 0 || index >= auxVars.count)
+        return;
+    if (ImageModVariableDataFloat* f = auxVars[index]->floatData())
+        f->value = value;
+}
+
+void ImageMod::setAuxCurve(int index, char const* curvePoints)
+{
+    if (index < 0 || index >= auxVars.count)
+        return;
+    ToneCurve curve;
+    curve.setControlPoints(GrowString(curvePoints));
+    auxVars[index]->makeCurveVariable(curve);
+}

@@ -1,0 +1,35 @@
+#include "mods/basic/ImageModContrast.h"
+
+#include "mods/basic/SampleLoop.h"
+
+ImageModContrast::ImageModContrast(float amount, float center)
+    : ImageModContrast("Contrast", amount, center, "Contrast Origin",
+                       "Adjust contrast. The Contrast Origin slider determines the brightness value from which the "
+                       "contrast emanates.")
+{
+}
+
+ImageModContrast::ImageModContrast(char const* name, float amount, float center, char const* centerName,
+                                   char const* text)
+    : ImageMod(name, "")
+{
+    addPercentVar("Amount", amount, 0.0f, 2.0f);
+    setAuxFloat(0, 1.5f);
+    addPercentVar("Center", center, 0.0f, 255.0f, 0.0f, 255.0f)->setDisplayName(centerName);
+    description = text;
+    setDefaultVarsToCurrent();
+}
+
+template <typename T>
+void ImageModContrast::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
+{
+    float const a = floatVar(0);
+    if (a == 1.0f)
+        return;
+    float const centre = floatVar(1);
+    float const k = exponentFor(a);
+    forEachSample(image, [=](float c) { return curveAt(c, centre, k); });
+}
+
+template void ImageModContrast::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
+template void ImageModContrast::templateMod(FlexImage<float>*, ImageModChunkInfo*);

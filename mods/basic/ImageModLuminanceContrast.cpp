@@ -1,0 +1,27 @@
+#include "mods/basic/ImageModLuminanceContrast.h"
+
+#include "mods/basic/SampleLoop.h"
+
+ImageModLuminanceContrast::ImageModLuminanceContrast(float amount, float center)
+    : ImageModContrast("Luminance Contrast", amount, center, "Contrast Origin",
+                       "Adjust contrast based on luminance, which preserves saturation. The Contrast Origin slider "
+                       "determines the brightness value from which the contrast emanates.")
+{
+}
+
+template <typename T>
+void ImageModLuminanceContrast::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
+{
+    float const a = floatVar(0);
+    if (a == 1.0f)
+        return;
+    float const centre = floatVar(1);
+    float const k = exponentFor(a);
+    forEachPixel(image, [=](T* p, int channels) {
+        float const L = float(pixelLuminance(p, channels));
+        FlexImage<T>::moveLuminance(p, channels, L, curveAt(L, centre, k));
+    });
+}
+
+template void ImageModLuminanceContrast::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
+template void ImageModLuminanceContrast::templateMod(FlexImage<float>*, ImageModChunkInfo*);

@@ -1,0 +1,51 @@
+#include "mods/basic/ImageModSaturation.h"
+
+#include <cmath>
+
+#include "mods/basic/SampleLoop.h"
+
+ImageModSaturation::ImageModSaturation(float amount, int version)
+    : ImageMod("Saturation", "")
+{
+    addPercentVar("Amount", amount, 0.0f, 2.0f);
+    setAuxFloat(0, 1.5f);
+    setVersion(version);
+    description = "Adjust color intensity.";
+    setDefaultVarsToCurrent();
+}
+
+double ImageModSaturation::factorFor(float amount)
+{
+    double a = amount > 1.99999f ? 1.99999f : amount;
+    if (a > 1.0)
+        a = 1.0 / (2.0 - a);
+    return a;
+}
+
+template <typename T>
+void ImageModSaturation::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
+{
+    float const amount = floatVar(0);
+    if (amount == 1.0f)
+        return;
+    float const a = float(factorFor(amount));
+    if (version != 2) {
+        forEachPixel(image, [=](T* p, int channels) {
+            float const grey = float(pixelLuminance(p, channels));
+            for (int c = 0; c < channels; ++c)
+                p[c] = FlexImage<T>::storeSample(clamp255(float(p[c]) * a + grey * (1.0f - a)));
+        });
+        return;
+    }
+    if (image->channels < 3)
+        return;
+    forEachPixel(image, [=](T* p, int) {
+        double const r = p[0], g = p[1], b = p[2];
+        float const grey = float(std::sqrt(0.299 * r * r + 0.587 * g * g + 0.114 * b * b));
+        for (int c = 0; c < 3; ++c)
+            p[c] = FlexImage<T>::storeSample(clamp255((float(p[c]) - grey) * a + grey));
+    });
+}
+
+template void ImageModSaturation::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
+template void ImageModSaturation::templateMod(FlexImage<float>*, ImageModChunkInfo*);
