@@ -1,0 +1,221 @@
+#include "mods/ImageModderMultiTileGrid.h"
+
+#include <algorithm>
+#include <cmath>
+
+int ImageModderMultiTileGrid::imageWidth() const
+{
+    return byteImage ? byteImage->width : (floatImage ? floatImage->width : 0);
+}
+
+int ImageModderMultiTileGrid::imageHeight() const
+{
+    return byteImage ? byteImage->height : (floatImage ? floatImage->height : 0);
+}
+
+void ImageModderMultiTileGrid::initializeGrid(FlexImage<float>* image, int tileSize, int haloRadius,
+                                              ImageModChunkInfo* info)
+{
+    byteImage = nullptr;
+    floatImage = image;
+    initializeGridInternal(image, tileSize, haloRadius, info);
+}
+
+void ImageModderMultiTileGrid::initializeGrid(FlexImage<unsigned char>* image, int tileSize, int haloRadius,
+                                              ImageModChunkInfo* info)
+{
+    floatImage = nullptr;
+    byteImage = image;
+    initializeGridInternal(image, tileSize, haloRadius, info);
+}
+
+template <typename T>
+void ImageModderMultiTileGrid::initializeGridInternal(FlexImage<T>* image, int tileSize, int haloRadius,
+                                                      ImageModChunkInfo* info)
+{
+    hasCallerChunkInfo = info != nullptr;
+    if (info)
+        callerChunkInfo = *info;
+    radius = haloRadius;
+    int const W = image->pixels ? image->width : 0;
+    int const H = image->pixels ? image->height : 0;
+    // A tile's inner part is never narrower than four halo widths.
+    int const step = int(std::max(float(4 * radius), float(tileSize)));
+    tilesAcross = W > 0 ? int(std::ceil(float(W) / float(step))) : 0;
+    tilesDown = H > 0 ? int(std::ceil(float(H) / float(step))) : 0;
+    if (tilesAcross > 0 && tilesDown > 0) {
+        int const innerW = int(std::ceil(float(W) / float(tilesAcross)));
+        int const innerH = int(std::ceil(float(H) / float(tilesDown)));
+        tileWidth = std::min(innerW + 2 * radius, W);
+        tileHeight = std::min(innerH + 2 * radius, H);
+        if (tileWidth == W)
+            tilesAcross = 1;
+        if (tileHeight == H)
+            tilesDown = 1;
+    } else {
+        tilesAcross = tilesDown = tileWidth = tileHeight = 0;
+    }
+    for (FlexImage<float>* tile : pendingWrites)
+        delete tile;
+    pendingWrites.count = 0;
+    readDone.count = 0;
+    for (int i = 0; i < tileCount(); ++i) {
+        pendingWrites.add(nullptr);
+        readDone.add(false);
+    }
+}
+
+ImageModderMultiTileGrid::Placement ImageModderMultiTileGrid::placement(int index) const
+{
+    int const tx = index % tilesAcross;
+    int const ty = index / tilesAcross;
+    int const x0 = (tileWidth - 2 * radius) * tx;
+    int const y0 = (tileHeight - 2 * radius) * ty;
+    Placement p;
+    p.trimLeft = x0 >= radius ? radius : 0;
+    p.trimTop = y0 >= radius ? radius : 0;
+    p.readX = x0 - p.trimLeft;
+    p.readY = y0 - p.trimTop;
+    // The last column and row slide back to end exactly at the image edge.
+    p.trimRight = radius;
+    if (p.readX + tileWidth >= imageWidth()) {
+        p.readX = imageWidth() - tileWidth;
+        p.trimRight = 0;
+    }
+    p.trimBottom = radius;
+    if (p.readY + tileHeight >= imageHeight()) {
+        p.readY = imageHeight() - tileHeight;
+        p.trimBottom = 0;
+    }
+    return p;
+}
+
+FlexImage<float>* ImageModderMultiTileGrid::takeBuffer()
+{
+    if (tilePool.count == 0)
+        return new FlexImage<float>(tileWidth, tileHeight, 3);
+    FlexImage<float>* tile = tilePool.last();
+    --tilePool.count;
+    if (tile->width != tileWidth || tile->height != tileHeight)
+        tile->reshape(tileWidth, tileHeight, tile->channels);
+    return tile;
+}
+
+FlexImage<float>* ImageModderMultiTileGrid::getReadTile(int index, ImageModChunkInfo* info)
+{
+    FlexImage<float>* tile = takeBuffer();
+    Placement const p = placement(index);
+    if (byteImage) {
+        int const shared = std::min(tile->channels, byteImage->channels);
+        for (int row = 0; row < tileHeight; ++row) {
+            unsigned char const* from = byteImage->pixelAt(p.readX, p.readY + row);
+            float* to = tile->pixelAt(0, row);
+            for (int col = 0; col < tileWidth; ++col)
+                for (int c = 0; c < shared; ++c)
+                    to[col * tile->channels + c] = float(from[col * byteImage->channels + c]);
+        }
+    } else {
+        tile->copyFromImagePortion(*floatImage, -p.readX, -p.readY, nullptr);
+    }
+    if (info) {
+        FlexImage<float> const* frameSource = floatImage;
+        info->fullWidth = imageWidth();
+        info->fullHeight = imageHeight();
+        if (byteImage) {
+            info->scale = byteImage->scale;
+            info->marginLeft = byteImage->marginLeft;
+            info->marginRight = byteImage->marginRight;
+            info->marginTop = byteImage->marginTop;
+            info->marginBottom = byteImage->marginBottom;
+        } else {
+            info->scale = frameSource->scale;
+            info->marginLeft = frameSource->marginLeft;
+            info->marginRight = frameSource->marginRight;
+            info->marginTop = frameSource->marginTop;
+            info->marginBottom = frameSource->marginBottom;
+        }
+        info->chunkX = p.readX;
+        info->chunkY = p.readY;
+        if (hasCallerChunkInfo) {
+            if (callerChunkInfo.fullWidth > 0)
+                info->fullWidth = callerChunkInfo.fullWidth;
+            if (callerChunkInfo.fullHeight > 0)
+                info->fullHeight = callerChunkInfo.fullHeight;
+            if (callerChunkInfo.scale > 0.0f)
+                info->scale = callerChunkInfo.scale;
+            info->chunkX += callerChunkInfo.chunkX;
+            info->chunkY += callerChunkInfo.chunkY;
+        }
+    }
+    while (readDone.count <= index)
+        readDone.add(false);
+    readDone[index] = true;
+    return tile;
+}
+
+void ImageModderMultiTileGrid::giveWriteTile(int index, FlexImage<float>* tile)
+{
+    while (pendingWrites.count <= index)
+        pendingWrites.add(nullptr);
+    pendingWrites[index] = tile;
+}
+
+bool ImageModderMultiTileGrid::neighbourhoodRead(int tx, int ty) const
+{
+    for (int ny = std::max(0, ty - 1); ny <= std::min(tilesDown - 1, ty + 1); ++ny)
+        for (int nx = std::max(0, tx - 1); nx <= std::min(tilesAcross - 1, tx + 1); ++nx) {
+            int const n = ny * tilesAcross + nx;
+            if (n >= readDone.count || !readDone[n])
+                return false;
+        }
+    return true;
+}
+
+void ImageModderMultiTileGrid::processWrites()
+{
+    for (int ty = 0; ty < tilesDown; ++ty)
+        for (int tx = 0; tx < tilesAcross; ++tx) {
+            int const index = ty * tilesAcross + tx;
+            if (index >= pendingWrites.count || !pendingWrites[index] || !neighbourhoodRead(tx, ty))
+                continue;
+            writeTileImmediately(index, pendingWrites[index]);
+            returnToPool(pendingWrites[index]);
+            pendingWrites[index] = nullptr;
+        }
+}
+
+void ImageModderMultiTileGrid::writeTileImmediately(int index, FlexImage<float> const* tile)
+{
+    Placement const p = placement(index);
+    if (floatImage && !byteImage) {
+        int const margins[4] = {p.trimLeft, p.trimRight, p.trimTop, p.trimBottom};
+        floatImage->copyFromImagePortion(*tile, p.readX, p.readY, margins);
+        return;
+    }
+    // Truncation keeps only the low 8 bits, unclamped: filters keep samples
+    // within 0..255, and the write loop stays branch-free.
+    int const shared = std::min(tile->channels, byteImage->channels);
+    for (int row = p.trimTop; row < tileHeight - p.trimBottom; ++row) {
+        float const* from = tile->pixelAt(p.trimLeft, row);
+        unsigned char* to = byteImage->pixelAt(p.readX + p.trimLeft, p.readY + row);
+        for (int col = 0; col < tileWidth - p.trimLeft - p.trimRight; ++col)
+            for (int c = 0; c < shared; ++c)
+                to[col * byteImage->channels + c] = static_cast<unsigned char>(int(from[col * tile->channels + c]));
+    }
+}
+
+void ImageModderMultiTileGrid::returnToPool(FlexImage<float>* tile)
+{
+    tilePool.addOnce(tile);
+}
+
+void ImageModderMultiTileGrid::clearMemory()
+{
+    for (FlexImage<float>* tile : pendingWrites)
+        delete tile;
+    for (FlexImage<float>* tile : tilePool)
+        delete tile;
+    pendingWrites.release();
+    readDone.release();
+    tilePool.release();
+}
