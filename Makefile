@@ -37,6 +37,12 @@ test-asan: deps
 	cmake --build $(ASAN_DIR) -j $(JOBS)
 	cd $(ASAN_DIR) && UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1 ctest --output-on-failure -j $(JOBS)
 
+# The renderer and threading tests under ThreadSanitizer.
+test-tsan: deps
+	$(call CMAKE_CONFIGURE,$(TSAN_DIR),RelWithDebInfo,-DQUILLMERE_SANITIZE=thread)
+	cmake --build $(TSAN_DIR) -j $(JOBS)
+	cd $(TSAN_DIR) && TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1:suppressions=$(CURDIR)/tests/tsan.supp ctest --output-on-failure -R '^(Renderer|ParallelDispatch|Threading|TileGrid)\.'
+
 demo: build
 	./$(BUILD_DIR)/quillmere_demo
 

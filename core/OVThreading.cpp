@@ -10,8 +10,9 @@ void OVThreadLockQT::lock()
 
 void OVThreadLockQT::unlock()
 {
+    QMutex* const m = mutex;
     syncRelease(this);
-    mutex->unlock();
+    m->unlock();
 }
 
 bool OVThreadLockQT::tryLock()
@@ -30,8 +31,11 @@ void OVThreadSemaphoreQT::acquire()
 
 void OVThreadSemaphoreQT::release()
 {
+    // A waiter may delete this object as soon as it is released, so nothing
+    // of it is read after the hand-over.
+    QSemaphore* const s = semaphore;
     syncRelease(this);
-    semaphore->release(1);
+    s->release(1);
 }
 
 OVThreadLock* createNewOVThreadLock()
@@ -46,6 +50,24 @@ OVThreadSemaphore* createNewOVThreadSemaphore(int)
 
 GrowArray<OVQTThread*> OVQTThread::deleteQueue;
 QMutex OVQTThread::accessLock;
+
+namespace {
+
+// Workers still queued at exit are waited for and deleted, after which the
+// queue itself goes (statics are destroyed in reverse order).
+struct DeleteQueueReaper
+{
+    ~DeleteQueueReaper()
+    {
+        for (OVQTThread* thread : OVQTThread::deleteQueue) {
+            thread->wait();
+            delete thread;
+        }
+        OVQTThread::deleteQueue.release();
+    }
+} deleteQueueReaper;
+
+} // namespace
 
 void OVQTThread::startDetached(OVQTThread* thread, QThread::Priority priority)
 {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <mutex>
+#include <type_traits>
 
 #include "core/ParallelDispatch.h"
 
@@ -94,25 +95,29 @@ void ImageModderMulti::flattenModsInto(GrowArray<ImageMod*> const& in, GrowArray
 void ImageModderMulti::applyMods(GrowArray<ImageMod*> const& chain, FlexImage<float>* src, FlexImage<float>* dst,
                                  int, ImageModChunkInfo*)
 {
-    renderSemaphore->acquire();
-    srcFloat = src;
-    dstFloat = dst;
-    callerChunkInfo = nullptr;
-    srcByte = nullptr;
-    dstByte = nullptr;
-    prepareRender(chain, src->width, src->height);
-    startRender();
+    beginRender(chain, src, dst);
 }
 
 void ImageModderMulti::applyMods(GrowArray<ImageMod*> const& chain, FlexImage<unsigned char>* src,
                                  FlexImage<unsigned char>* dst, int, ImageModChunkInfo*)
 {
+    beginRender(chain, src, dst);
+}
+
+template <typename T>
+void ImageModderMulti::beginRender(GrowArray<ImageMod*> const& chain, FlexImage<T>* src, FlexImage<T>* dst)
+{
     renderSemaphore->acquire();
-    srcFloat = nullptr;
-    dstFloat = nullptr;
     callerChunkInfo = nullptr;
-    srcByte = src;
-    dstByte = dst;
+    srcFloat = dstFloat = nullptr;
+    srcByte = dstByte = nullptr;
+    if constexpr (std::is_same_v<T, float>) {
+        srcFloat = src;
+        dstFloat = dst;
+    } else {
+        srcByte = src;
+        dstByte = dst;
+    }
     prepareRender(chain, src->width, src->height);
     startRender();
 }

@@ -67,6 +67,8 @@ public:
     int getCachedIndex();
 
 private:
+    template <typename T>
+    void beginRender(GrowArray<ImageMod*> const& chain, FlexImage<T>* src, FlexImage<T>* dst);
     void prepareRender(GrowArray<ImageMod*> const& chain, int sourceWidth, int sourceHeight);
     void startRender();
     static void applyModsStatic(void* renderer);
