@@ -61,6 +61,7 @@ struct DeleteQueueReaper
     {
         for (OVQTThread* thread : OVQTThread::deleteQueue) {
             thread->wait();
+            syncAcquire(thread);
             delete thread;
         }
         OVQTThread::deleteQueue.release();
@@ -75,6 +76,7 @@ void OVQTThread::startDetached(OVQTThread* thread, QThread::Priority priority)
     syncAcquire(&accessLock);
     for (int32_t i = deleteQueue.count - 1; i >= 0; --i) {
         if (deleteQueue[i]->isFinished()) {
+            syncAcquire(deleteQueue[i]);
             delete deleteQueue[i];
             deleteQueue.removeAt(i);
         }
@@ -97,4 +99,5 @@ void OVQTThread::run()
         done();
     else if (doneWithArg)
         doneWithArg(arg);
+    syncRelease(this); // whoever sees the thread finished may delete it
 }
