@@ -118,22 +118,19 @@ FlexImage<float>* ImageModderMultiTileGrid::getReadTile(int index, ImageModChunk
         tile->copyFromImagePortion(*floatImage, -p.readX, -p.readY, nullptr);
     }
     if (info) {
-        FlexImage<float> const* frameSource = floatImage;
+        auto fillFrame = [info](auto const& image) {
+            info->scale = image.scale;
+            info->marginLeft = image.marginLeft;
+            info->marginRight = image.marginRight;
+            info->marginTop = image.marginTop;
+            info->marginBottom = image.marginBottom;
+        };
+        if (byteImage)
+            fillFrame(*byteImage);
+        else
+            fillFrame(*floatImage);
         info->fullWidth = imageWidth();
         info->fullHeight = imageHeight();
-        if (byteImage) {
-            info->scale = byteImage->scale;
-            info->marginLeft = byteImage->marginLeft;
-            info->marginRight = byteImage->marginRight;
-            info->marginTop = byteImage->marginTop;
-            info->marginBottom = byteImage->marginBottom;
-        } else {
-            info->scale = frameSource->scale;
-            info->marginLeft = frameSource->marginLeft;
-            info->marginRight = frameSource->marginRight;
-            info->marginTop = frameSource->marginTop;
-            info->marginBottom = frameSource->marginBottom;
-        }
         info->chunkX = p.readX;
         info->chunkY = p.readY;
         if (hasCallerChunkInfo) {
