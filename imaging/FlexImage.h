@@ -151,27 +151,55 @@ public:
             destination.reshape(width, height, destination.channels);
         if (!pixels || !destination.pixels)
             return;
+        float* sums = new float[size_t(width) * size_t(channels)];
         int32_t const shared = std::min(destination.channels, channels);
-        float* sums = new float[size_t(shared)];
         for (int32_t y = 0; y < height; ++y) {
+            convolveRow(kernel, kw, kh, y, sums);
             for (int32_t x = 0; x < width; ++x) {
-                std::fill(sums, sums + shared, 0.0f);
-                for (int32_t ky = 0; ky < kh; ++ky) {
-                    int32_t const sy = std::clamp(y + ky - kh / 2, 0, height - 1);
-                    for (int32_t kx = 0; kx < kw; ++kx) {
-                        int32_t const sx = std::clamp(x + kx - kw / 2, 0, width - 1);
-                        float const weight = kernel[ky * kw + kx];
-                        T const* p = pixelAt(sx, sy);
-                        for (int32_t c = 0; c < shared; ++c)
-                            sums[c] += weight * float(p[c]);
-                    }
-                }
                 T* out = destination.pixelAt(x, y);
                 for (int32_t c = 0; c < shared; ++c)
-                    out[c] = storeSample(sums[c]);
+                    out[c] = storeSample(sums[size_t(x) * channels + c]);
             }
         }
         delete[] sums;
+    }
+
+    // One output row of the convolution as float sums (width x channels).
+    // Each kernel weight is added as one pass over a whole source row, a
+    // contiguous loop the compiler vectorises; zero weights are skipped. The
+    // order of the additions depends only on the kernel, so every tiling of a
+    // picture gives the same sums.
+    void convolveRow(float const* kernel, int32_t kw, int32_t kh, int32_t y, float* sums) const
+    {
+        size_t const rowSamples = size_t(width) * size_t(channels);
+        std::fill(sums, sums + rowSamples, 0.0f);
+        int32_t const halfW = kw / 2;
+        for (int32_t ky = 0; ky < kh; ++ky) {
+            T const* row = pixelAt(0, std::clamp(y + ky - kh / 2, 0, height - 1));
+            for (int32_t kx = 0; kx < kw; ++kx) {
+                float const weight = kernel[ky * kw + kx];
+                if (weight == 0.0f)
+                    continue;
+                addShiftedRow(row, kx - halfW, weight, sums);
+            }
+        }
+    }
+
+    // sums[x] += weight * row[x + shift], with columns outside the row
+    // repeating the edge pixel.
+    void addShiftedRow(T const* row, int32_t shift, float weight, float* sums) const
+    {
+        int32_t const firstInside = std::clamp(-shift, 0, width);
+        int32_t const endInside = std::clamp(width - shift, firstInside, width);
+        for (int32_t x = 0; x < firstInside; ++x)
+            addPixel(row, 0, weight, sums + size_t(x) * channels);
+        size_t const begin = size_t(firstInside) * channels;
+        size_t const end = size_t(endInside) * channels;
+        ptrdiff_t const offset = ptrdiff_t(shift) * channels;
+        for (size_t i = begin; i < end; ++i)
+            sums[i] += weight * float(row[ptrdiff_t(i) + offset]);
+        for (int32_t x = endInside; x < width; ++x)
+            addPixel(row, width - 1, weight, sums + size_t(x) * channels);
     }
 
     // Moves one pixel's luminance to the contrast curve about pivot while
@@ -220,6 +248,12 @@ public:
     }
 
 private:
+    void addPixel(T const* row, int32_t x, float weight, float* sums) const
+    {
+        for (int32_t c = 0; c < channels; ++c)
+            sums[c] += weight * float(row[size_t(x) * channels + c]);
+    }
+
     void setOpaqueAlphaIfFloat()
     {
         if constexpr (std::is_same_v<T, float>)

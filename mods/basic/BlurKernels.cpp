@@ -1,0 +1,206 @@
+#include "mods/basic/BlurKernels.h"
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+#include "mods/basic/Ramps.h"
+#include "mods/basic/SampleLoop.h"
+
+namespace {
+
+void normalise(GrowArray<float>* kernel)
+{
+    float sum = 0.0f;
+    for (float w : *kernel)
+        sum += w;
+    if (sum == 0.0f)
+        return;
+    for (float& w : *kernel)
+        w /= sum;
+}
+
+// A weight of 1 inside extent x, 0 beyond x + 1, linear between.
+float softStep(float distance, float x)
+{
+    if (distance < x)
+        return 1.0f;
+    if (distance >= x + 1.0f)
+        return 0.0f;
+    return (x + 1.0f) - distance;
+}
+
+void resize(GrowArray<float>* out, int count)
+{
+    out->count = 0;
+    for (int i = 0; i < count; ++i)
+        out->add(0.0f);
+}
+
+// A row of samples with r repeated edge pixels on either side, so that the
+// horizontal pass reads without bounds checks.
+template <typename T>
+void padRow(T const* row, int width, int channels, int r, float* padded)
+{
+    for (int x = -r; x < width + r; ++x) {
+        T const* p = row + size_t(std::clamp(x, 0, width - 1)) * channels;
+        float* q = padded + size_t(x + r) * channels;
+        for (int c = 0; c < channels; ++c)
+            q[c] = float(p[c]);
+    }
+}
+
+// out[i] = sum over k of kernel[k] * taps[k][i] for a symmetric kernel of
+// 2r + 1 taps: mirrored taps share one multiply, the outermost pair first,
+// then the centre. Each tap is a contiguous run, so the loops vectorise; the
+// order depends only on the kernel, so every tiling adds the same way.
+void accumulateSymmetric(float const* const* taps, float const* kernel, int r, size_t count, float* out)
+{
+    std::fill(out, out + count, 0.0f);
+    for (int k = 0; k < r; ++k) {
+        float const w = kernel[k];
+        float const* left = taps[k];
+        float const* right = taps[2 * r - k];
+        for (size_t i = 0; i < count; ++i)
+            out[i] += w * (left[i] + right[i]);
+    }
+    float const centre = kernel[r];
+    float const* middle = taps[r];
+    for (size_t i = 0; i < count; ++i)
+        out[i] += centre * middle[i];
+}
+
+template <typename T>
+void storeClamped(float const* values, size_t count, T* out)
+{
+    for (size_t i = 0; i < count; ++i)
+        out[i] = FlexImage<T>::storeSample(clamp255(values[i]));
+}
+
+} // namespace
+
+void makeGaussKernelForRadius(float radius, GrowArray<float>* out)
+{
+    int const n = int(std::ceil(radius));
+    resize(out, 2 * n + 1);
+    float outerSum = 0.0f;
+    for (int k = n; k >= 1; --k) {
+        float const w = ease(1.0f - float(k) / (radius + 1.0f));
+        (*out)[n - k] = w;
+        (*out)[n + k] = w;
+        outerSum += w;
+    }
+    (*out)[n] = 1.0f;
+    float const total = 2.0f * outerSum + 1.0f;
+    for (float& w : *out)
+        w /= total;
+}
+
+void makeBoxKernelForRadius(float radius, GrowArray<float>* out)
+{
+    int const n = int(std::ceil(radius));
+    resize(out, 2 * n + 1);
+    float const endWeight = radius - float(n) + 1.0f;
+    float const total = 2.0f * endWeight + float(2 * n - 1);
+    for (float& w : *out)
+        w = 1.0f / total;
+    (*out)[0] = endWeight / total;
+    (*out)[2 * n] = endWeight / total;
+}
+
+void makeBlurKernel(BlurMethod method, float x, int r, GrowArray<float>* out)
+{
+    resize(out, 2 * r + 1);
+    for (int i = -r; i <= r; ++i) {
+        float const t = float(std::abs(i));
+        float w;
+        if (method == BlurGaussian) {
+            float const u = std::fabs(t / (x + 1.0f));
+            w = u > 1.0f ? 0.0f : ease(1.0f - u);
+        } else {
+            w = softStep(t, x);
+        }
+        (*out)[i + r] = w;
+    }
+    normalise(out);
+}
+
+void makeCircleKernel(float x, int r, GrowArray<float>* out)
+{
+    int const side = 2 * r + 1;
+    resize(out, side * side);
+    for (int dy = -r; dy <= r; ++dy)
+        for (int dx = -r; dx <= r; ++dx)
+            (*out)[(dy + r) * side + dx + r] = softStep(std::sqrt(float(dx * dx + dy * dy)), x);
+    normalise(out);
+}
+
+template <typename T>
+void separableBlur(FlexImage<T>* image, float const* kernel, int r)
+{
+    int const width = image->width;
+    int const height = image->height;
+    int const channels = image->channels;
+    if (width <= 0 || height <= 0)
+        return;
+    size_t const rowSamples = size_t(width) * channels;
+    std::vector<float> padded(size_t(width + 2 * r) * channels);
+    std::vector<float> sums(rowSamples);
+    std::vector<float const*> taps(2 * r + 1);
+    // Rows: the taps are shifted views of the padded row.
+    for (int k = 0; k <= 2 * r; ++k)
+        taps[k] = padded.data() + size_t(k) * channels;
+    std::vector<float> rows(rowSamples * height);
+    for (int y = 0; y < height; ++y) {
+        padRow(image->pixelAt(0, y), width, channels, r, padded.data());
+        accumulateSymmetric(taps.data(), kernel, r, rowSamples, sums.data());
+        // Stored as the image stores samples, so 8-bit blurs truncate between passes.
+        float* out = &rows[size_t(y) * rowSamples];
+        for (size_t i = 0; i < rowSamples; ++i)
+            out[i] = float(FlexImage<T>::storeSample(clamp255(sums[i])));
+    }
+    // Columns: the taps are rows above and below (edges repeating), so the
+    // pass walks rows instead of striding down each column. It runs in strips
+    // of columns narrow enough that all the taps of a strip stay in cache.
+    size_t const strip = 1024;
+    for (size_t first = 0; first < rowSamples; first += strip) {
+        size_t const count = std::min(strip, rowSamples - first);
+        for (int y = 0; y < height; ++y) {
+            for (int k = 0; k <= 2 * r; ++k)
+                taps[k] = &rows[size_t(std::clamp(y + k - r, 0, height - 1)) * rowSamples + first];
+            accumulateSymmetric(taps.data(), kernel, r, count, sums.data());
+            storeClamped(sums.data(), count, image->pixelAt(0, y) + first);
+        }
+    }
+}
+
+template <typename T>
+void convolveClamped(FlexImage<T>* image, float const* kernel, int r)
+{
+    if (image->width <= 0 || image->height <= 0)
+        return;
+    int const side = 2 * r + 1;
+    std::vector<float> sums(size_t(image->width) * image->channels);
+    FlexImage<T> source;
+    source.copyFromImage(*image, true);
+    for (int y = 0; y < image->height; ++y) {
+        source.convolveRow(kernel, side, side, y, sums.data());
+        storeClamped(sums.data(), sums.size(), image->pixelAt(0, y));
+    }
+}
+
+template <typename T>
+void blendWithOriginal(FlexImage<T>* out, FlexImage<T> const& orig, float mix)
+{
+    size_t const n = std::min(out->sampleCount(), orig.sampleCount());
+    for (size_t i = 0; i < n; ++i)
+        out->pixels[i] = FlexImage<T>::storeSample(
+            clamp255(float(orig.pixels[i]) * (1.0f - mix) + float(out->pixels[i]) * mix));
+}
+
+template void separableBlur(FlexImage<unsigned char>*, float const*, int);
+template void separableBlur(FlexImage<float>*, float const*, int);
+template void convolveClamped(FlexImage<unsigned char>*, float const*, int);
+template void convolveClamped(FlexImage<float>*, float const*, int);
+template void blendWithOriginal(FlexImage<unsigned char>*, FlexImage<unsigned char> const&, float);
+template void blendWithOriginal(FlexImage<float>*, FlexImage<float> const&, float);

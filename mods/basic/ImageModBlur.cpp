@@ -1,0 +1,59 @@
+#include "mods/basic/ImageModBlur.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "mods/basic/BlurKernels.h"
+
+ImageModBlur::ImageModBlur(float amount, float mix, int)
+    : ImageMod("Blur", "")
+{
+    addVar(ImageModVariable::makeFloat("Amount", amount, 0.0f, 100.0f));
+    addVar(ImageModVariable::makeFloat("Mix", mix, 0.0f, 100.0f));
+    addVar(ImageModVariable::makeChoice("Blur Method", labelList({"Gaussian", "Box", "Circle"}), BlurGaussian));
+    description = "Blur the image using the selected blurring method.";
+    setDefaultVarsToCurrent();
+}
+
+float ImageModBlur::extentFor(int longestSide) const
+{
+    float const a = float(double(floatVar(0)) * 0.01);
+    return a * a * float(longestSide) * (method() == BlurGaussian ? 0.03f : 0.02f);
+}
+
+int ImageModBlur::getExtraPixelRadiusRequired(int width, int height, float)
+{
+    return int(std::ceil(extentFor(std::max(width, height))));
+}
+
+template <typename T>
+void ImageModBlur::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
+{
+    if (floatVar(0) == 0.0f)
+        return;
+    int const fullWidth = info ? info->fullWidth : image->width;
+    int const fullHeight = info ? info->fullHeight : image->height;
+    float const x = extentFor(std::max(fullWidth, fullHeight));
+    int const r = int(std::ceil(x));
+    float const mix = floatVar(1) * 0.01f;
+    int const m = method();
+    if (mix == 0.0f || r == 0 || m < BlurGaussian || m > BlurCircle)
+        return;
+
+    FlexImage<T> original;
+    if (mix < 1.0f)
+        original.copyFromImage(*image, true);
+    GrowArray<float> kernel;
+    if (m == BlurCircle) {
+        makeCircleKernel(x, r, &kernel);
+        convolveClamped(image, kernel.data, r);
+    } else {
+        makeBlurKernel(BlurMethod(m), x, r, &kernel);
+        separableBlur(image, kernel.data, r);
+    }
+    if (mix < 1.0f)
+        blendWithOriginal(image, original, mix);
+}
+
+template void ImageModBlur::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
+template void ImageModBlur::templateMod(FlexImage<float>*, ImageModChunkInfo*);

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "mods/ImageMod.h"
+#include "mods/basic/ImageModBlur.h"
+
+// Local tone adjustment: each pixel is pushed away from (Luminance) or
+// blended against (Overlay) the blurred brightness of its surroundings, so
+// that detail stands out in both shadows and highlights.
+class ImageModDynamics : public ImageMod
+{
+public:
+    enum Method { Overlay = 0, Luminance = 1 };
+
+    explicit ImageModDynamics(float amount = 0.0f, float radius = 50.0f, int method = Overlay);
+    ImageModDynamics& operator=(ImageMod const& other) override;
+
+    void applyMod(FlexImage<unsigned char>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
+    void applyMod(FlexImage<float>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
+    ImageMod* createCopy() const override { return copyOf(*this); }
+    int getExtraPixelRadiusRequired(int width, int height, float scale) override;
+    void notifyVarChanged(int index) override;
+
+    template <typename T>
+    void templateMod(FlexImage<T>* image, ImageModChunkInfo* info);
+
+    // Hands "Radius" to the blur as its "Amount".
+    void updateBlurMod();
+
+    // The Overlay rule for one sample against the surroundings' luminance.
+    static float overlay(float c, float surroundings, float a);
+
+private:
+    ImageModBlur blurMod{0.0f, 100.0f};
+};

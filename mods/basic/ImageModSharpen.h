@@ -1,0 +1,25 @@
+#pragma once
+
+#include <cmath>
+
+#include "mods/ImageMod.h"
+
+// Adds a high-pass of the picture back to it. The high-pass reaches half a
+// pixel of the full-size picture, so its kernel widens at reduced scales.
+class ImageModSharpen : public ImageMod
+{
+public:
+    explicit ImageModSharpen(float amount = 0.0f);
+
+    void applyMod(FlexImage<unsigned char>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
+    void applyMod(FlexImage<float>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
+    ImageMod* createCopy() const override { return copyOf(*this); }
+    int getExtraPixelRadiusRequired(int width, int height, float scale) override;
+
+    template <typename T>
+    void templateMod(FlexImage<T>* image, ImageModChunkInfo* info);
+
+    // The (2r + 1)^2 high-pass: -1 everywhere, the centre balancing to a sum of 0.
+    static void makeHighPassKernel(int r, GrowArray<float>* out);
+    static int radiusForScale(float scale) { return int(std::ceil(0.5f / scale)); }
+};

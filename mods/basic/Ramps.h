@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cmath>
+
+// The S-shaped ramp shared by the blur kernels, the circular blur's mask and
+// the vignette: 0 up to s = 0, two parabolas meeting at (0.5, 0.5), 1 from
+// s = 1 on.
+inline float ease(float s)
+{
+    if (s <= 0.0f)
+        return 0.0f;
+    if (s < 0.5f)
+        return 2.0f * s * s;
+    if (s < 1.0f)
+        return 1.0f - 2.0f * (1.0f - s) * (1.0f - s);
+    return 1.0f;
+}
+
+// The ramp with its two halves raised to a power: larger e makes the
+// transition sharper.
+inline float easePow(float t, float e)
+{
+    float v;
+    if (t <= 0.0f)
+        v = 0.0f;
+    else if (t < 0.5f)
+        v = 0.5f * std::pow(2.0f * t, e);
+    else if (t < 1.0f)
+        v = 1.0f - 0.5f * std::pow(2.0f - 2.0f * t, e);
+    else
+        v = 1.0f;
+    return v > 1.0f ? 1.0f : v;
+}
+
+// The exponent of the powered ramp for a 0..100 falloff or sharpness.
+inline float rampExponent(float falloff)
+{
+    return 1.0f / std::pow(1.0f - falloff * 0.01f, 1.68f);
+}

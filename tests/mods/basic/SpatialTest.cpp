@@ -1,0 +1,276 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <memory>
+
+#include "mods/ImageModderMulti.h"
+#include "mods/basic/BlurKernels.h"
+#include "mods/basic/ImageModBlur.h"
+#include "mods/basic/ImageModDynamics.h"
+#include "mods/basic/ImageModNoise.h"
+#include "mods/basic/ImageModRadialBlur.h"
+#include "mods/basic/ImageModSharpen.h"
+#include "mods/basic/ImageModVignette.h"
+#include "support/TestImages.h"
+
+namespace {
+
+template <typename T>
+void fillWith(FlexImage<T>& image, float value)
+{
+    for (size_t i = 0; i < image.sampleCount(); ++i)
+        image.pixels[i] = T(value);
+}
+
+template <typename T>
+bool identical(FlexImage<T> const& a, FlexImage<T> const& b)
+{
+    return a.sampleCount() == b.sampleCount() &&
+           std::memcmp(a.pixels, b.pixels, a.sampleCount() * sizeof(T)) == 0;
+}
+
+void setChoice(ImageMod& mod, int index, int selected)
+{
+    mod.vars[index]->choiceData()->selected = selected;
+}
+
+// A one-row image, 0 everywhere but one bright sample in the middle.
+std::unique_ptr<FlexImage<float>> spikeRow(int width, float value)
+{
+    auto image = std::make_unique<FlexImage<float>>(width, 1, 3);
+    fillWith(*image, 0.0f);
+    for (int c = 0; c < 3; ++c)
+        image->pixelAt(width / 2, 0)[c] = value;
+    return image;
+}
+
+} // namespace
+
+TEST(SpatialFilters, ExtraRadiusFollowsAmountAndPictureSize)
+{
+    ImageModBlur blur(100.0f, 100.0f);
+    EXPECT_EQ(blur.getExtraPixelRadiusRequired(3000, 2000, 1.0f), 90);
+    setChoice(blur, 2, BlurBox);
+    EXPECT_EQ(blur.getExtraPixelRadiusRequired(2000, 3000, 1.0f), 60);
+
+    // k = 0.5 x 30 x 1.5 = 22.5; 6000 x 0.000833.. x 22.5 + 1 = 113.5.
+    ImageModRadialBlur radial(0.5f, 50.0f, 1.0f, BlurGaussian);
+    EXPECT_EQ(radial.getExtraPixelRadiusRequired(6000, 4000, 1.0f), 113);
+
+    ImageModSharpen sharpen(50.0f);
+    EXPECT_EQ(sharpen.getExtraPixelRadiusRequired(100, 100, 1.0f), 1);
+    EXPECT_EQ(sharpen.getExtraPixelRadiusRequired(100, 100, 0.25f), 2);
+
+    ImageModDynamics dynamics(50.0f, 100.0f);
+    EXPECT_EQ(dynamics.getExtraPixelRadiusRequired(3000, 2000, 1.0f), 90);
+    EXPECT_EQ(ImageModNoise(50.0f).getExtraPixelRadiusRequired(3000, 2000, 1.0f), 0);
+}
+
+TEST(SpatialFilters, KernelsMatchTheirWeightRules)
+{
+    GrowArray<float> k;
+    ImageModSharpen::makeHighPassKernel(1, &k);
+    ASSERT_EQ(k.count, 9);
+    EXPECT_EQ(k[4], 8.0f);
+    EXPECT_EQ(k[0], -1.0f);
+    ImageModSharpen::makeHighPassKernel(2, &k);
+    ASSERT_EQ(k.count, 25);
+    EXPECT_EQ(k[12], 24.0f);
+    EXPECT_EQ(k[24], -1.0f);
+
+    makeGaussKernelForRadius(1.0f, &k); // outer ease(0.5) = 0.5, total 2
+    ASSERT_EQ(k.count, 3);
+    EXPECT_FLOAT_EQ(k[0], 0.25f);
+    EXPECT_FLOAT_EQ(k[1], 0.5f);
+    makeBoxKernelForRadius(1.5f, &k); // ends 0.5 of 4, inner 1 of 4
+    ASSERT_EQ(k.count, 5);
+    EXPECT_FLOAT_EQ(k[0], 0.125f);
+    EXPECT_FLOAT_EQ(k[2], 0.25f);
+    EXPECT_FLOAT_EQ(k[4], 0.125f);
+    makeBoxKernelForRadius(0.0f, &k);
+    ASSERT_EQ(k.count, 1);
+    EXPECT_FLOAT_EQ(k[0], 1.0f);
+}
+
+TEST(SpatialFilters, BlurSpreadsASpikeByTheKernel)
+{
+    // 100 wide at Amount 50: Box extent 0.25 x 100 x 0.02 = 0.5, r = 1,
+    // weights (0.5, 1, 0.5) / 2.
+    ImageModBlur blur(50.0f, 100.0f);
+    setChoice(blur, 2, BlurBox);
+    auto box = spikeRow(100, 200.0f);
+    blur.applyMod(box.get(), nullptr);
+    EXPECT_FLOAT_EQ(box->pixelAt(49, 0)[0], 50.0f);
+    EXPECT_FLOAT_EQ(box->pixelAt(50, 0)[1], 100.0f);
+    EXPECT_FLOAT_EQ(box->pixelAt(51, 0)[2], 50.0f);
+    EXPECT_FLOAT_EQ(box->pixelAt(52, 0)[0], 0.0f);
+
+    // Gaussian extent 0.75: outer weight ease(1 - 1/1.75) = 2 x (3/7)^2.
+    setChoice(blur, 2, BlurGaussian);
+    auto gauss = spikeRow(100, 200.0f);
+    blur.applyMod(gauss.get(), nullptr);
+    float const outer = 2.0f * (3.0f / 7.0f) * (3.0f / 7.0f);
+    EXPECT_NEAR(gauss->pixelAt(49, 0)[0], 200.0f * outer / (1.0f + 2.0f * outer), 1e-3);
+    EXPECT_NEAR(gauss->pixelAt(50, 0)[0], 200.0f / (1.0f + 2.0f * outer), 1e-3);
+
+    // Mix 50 blends half of the original back.
+    ImageModBlur half(50.0f, 50.0f);
+    setChoice(half, 2, BlurBox);
+    auto mixed = spikeRow(100, 200.0f);
+    half.applyMod(mixed.get(), nullptr);
+    EXPECT_FLOAT_EQ(mixed->pixelAt(50, 0)[0], 150.0f);
+    EXPECT_FLOAT_EQ(mixed->pixelAt(49, 0)[0], 25.0f);
+}
+
+TEST(SpatialFilters, BlurOfAFlatImageStaysFlatAndNeutralSettingsChangeNothing)
+{
+    for (int method : {BlurGaussian, BlurBox, BlurCircle}) {
+        ImageModBlur blur(60.0f, 100.0f);
+        setChoice(blur, 2, method);
+        FlexImage<float> flat(90, 70, 3);
+        fillWith(flat, 123.0f);
+        blur.applyMod(&flat, nullptr);
+        for (size_t i = 0; i < flat.sampleCount(); ++i)
+            ASSERT_NEAR(flat.pixels[i], 123.0f, 1e-3) << "method " << method;
+    }
+    FlexImage<float> pattern(64, 48, 3);
+    fillTestPattern(pattern, 5);
+    FlexImage<float> untouched;
+    untouched.copyFromImage(pattern, true);
+    ImageModBlur noAmount(0.0f, 100.0f);
+    noAmount.applyMod(&pattern, nullptr);
+    ImageModBlur noMix(80.0f, 0.0f);
+    noMix.applyMod(&pattern, nullptr);
+    ImageModBlur invalidMethod(80.0f, 100.0f);
+    setChoice(invalidMethod, 2, 3);
+    invalidMethod.applyMod(&pattern, nullptr);
+    EXPECT_TRUE(identical(pattern, untouched));
+}
+
+TEST(SpatialFilters, SharpenAddsTheHighPass)
+{
+    // A 100 pixel in a field of 50 at Amount 50: the centre's high-pass is
+    // 8 x 100 - 8 x 50 = 400 (clamped to 255 after adding half); a neighbour's
+    // is 8 x 50 - 7 x 50 - 100 = -50, so it drops by 25.
+    FlexImage<float> image(5, 5, 3);
+    fillWith(image, 50.0f);
+    for (int c = 0; c < 3; ++c)
+        image.pixelAt(2, 2)[c] = 100.0f;
+    ImageModSharpen sharpen(50.0f);
+    sharpen.applyMod(&image, nullptr);
+    EXPECT_FLOAT_EQ(image.pixelAt(2, 2)[0], 255.0f);
+    EXPECT_FLOAT_EQ(image.pixelAt(1, 2)[1], 25.0f);
+    EXPECT_FLOAT_EQ(image.pixelAt(0, 0)[2], 50.0f);
+}
+
+TEST(SpatialFilters, VignetteFollowsTheRampFromThePictureCentre)
+{
+    // 100 x 50, Radius 1, Falloff 0 (exponent 1): reach = 2 x sqrt(50^2 + 25^2),
+    // the corner lies at half the reach, ramp(0.525) = 1 - 0.5 x 0.95 = 0.525,
+    // so Amount 0.5 moves it by 0.525 x 0.5 x 255.
+    float const shift = 0.525f * 0.5f * 255.0f;
+    for (float amount : {0.5f, -0.5f}) {
+        FlexImage<float> image(100, 50, 3);
+        fillWith(image, 128.0f);
+        ImageModVignette vignette(amount, 0.0f, 1.0f);
+        vignette.applyMod(&image, nullptr);
+        EXPECT_FLOAT_EQ(image.pixelAt(50, 25)[0], 128.0f);
+        EXPECT_NEAR(image.pixelAt(0, 0)[1], amount > 0 ? 128.0f - shift : 128.0f + shift, 1e-3);
+    }
+    // A left margin of 20 moves the centre to x = 20 + 80 / 2.
+    FlexImage<float> framed(100, 50, 3);
+    fillWith(framed, 128.0f);
+    ImageModChunkInfo info;
+    info.fullWidth = 100;
+    info.fullHeight = 50;
+    info.marginLeft = 20;
+    ImageModVignette vignette(1.0f, 0.0f, 1.0f);
+    vignette.applyMod(&framed, &info);
+    EXPECT_FLOAT_EQ(framed.pixelAt(60, 25)[0], 128.0f);
+    EXPECT_LT(framed.pixelAt(50, 25)[0], 128.0f);
+}
+
+TEST(SpatialFilters, DynamicsOverlayPullsTowardTheSurroundings)
+{
+    EXPECT_FLOAT_EQ(ImageModDynamics::overlay(200.0f, 127.5f, 0.5f), 200.0f);
+    // m = 50: 255 - floor(2 x 55 x 177.5 / 255) = 255 - 76.
+    EXPECT_FLOAT_EQ(ImageModDynamics::overlay(200.0f, 227.5f, 0.5f), 179.0f);
+    // m = -50: floor(2 x 60 x 177.5 / 255) = 83.
+    EXPECT_FLOAT_EQ(ImageModDynamics::overlay(60.0f, 27.5f, 0.5f), 83.0f);
+
+    // Its blur follows Radius, also in copies.
+    ImageModDynamics dynamics(40.0f, 30.0f);
+    dynamics.setFloatVar(1, 80.0f);
+    std::unique_ptr<ImageMod> copy(dynamics.createCopy());
+    EXPECT_EQ(copy->getExtraPixelRadiusRequired(1000, 500, 1.0f), int(std::ceil(0.64f * 1000 * 0.03f)));
+}
+
+TEST(SpatialFilters, CircularBlurLeavesTheCentreAndSoftensTheRim)
+{
+    FlexImage<float> image(120, 80, 3);
+    fillTestPattern(image, 9);
+    FlexImage<float> original;
+    original.copyFromImage(image, true);
+    ImageModRadialBlur radial(1.0f, 50.0f, 0.5f, BlurBox);
+    radial.applyMod(&image, nullptr);
+    EXPECT_EQ(std::memcmp(image.pixelAt(60, 40), original.pixelAt(60, 40), 3 * sizeof(float)), 0);
+    int changed = 0;
+    for (int x = 0; x < 10; ++x)
+        changed += image.pixelAt(x, 0)[0] != original.pixelAt(x, 0)[0];
+    EXPECT_GT(changed, 5);
+}
+
+TEST(SpatialFilters, GrainIsTheSameOnEveryRunAndEveryTiling)
+{
+    for (int mode : {1, 4}) {
+        ImageModNoise grain(60.0f, 30.0f, 10.0f);
+        grain.setVersion(mode);
+        FlexImage<float> whole(150, 90, 3);
+        fillTestPattern(whole, 3);
+        FlexImage<float> again;
+        again.copyFromImage(whole, true);
+        FlexImage<float> tiled;
+        tiled.copyFromImage(whole, true);
+        grain.applyMod(&whole, nullptr);
+        grain.applyMod(&again, nullptr);
+        EXPECT_TRUE(identical(whole, again)) << "mode " << mode;
+
+        ImageModderMulti renderer;
+        renderer.tileSize = 8;
+        GrowArray<ImageMod*> chain;
+        chain.add(&grain);
+        renderer.applyMods(chain, &tiled, nullptr);
+        EXPECT_TRUE(identical(whole, tiled)) << "mode " << mode;
+    }
+    // Luminance grain is a power curve, so black and white stay put.
+    FlexImage<float> extremes(2, 1, 3);
+    fillWith(extremes, 0.0f);
+    for (int c = 0; c < 3; ++c)
+        extremes.pixelAt(1, 0)[c] = 255.0f;
+    ImageModNoise grain(100.0f, 0.0f, 0.0f);
+    grain.setVersion(1);
+    grain.applyMod(&extremes, nullptr);
+    EXPECT_EQ(extremes.pixelAt(0, 0)[0], 0.0f);
+    EXPECT_EQ(extremes.pixelAt(1, 0)[0], 255.0f);
+}
+
+TEST(SpatialFilters, BlurWithAHaloWiderThanTheTileRendersLikeTheWholeImage)
+{
+    // Amount 100 on 700 pixels reaches 21 pixels, beyond 16-pixel tiles.
+    for (int method : {BlurGaussian, BlurCircle}) {
+        ImageModBlur blur(100.0f, 100.0f);
+        setChoice(blur, 2, method);
+        FlexImage<float> whole(700, 90, 3);
+        fillTestPattern(whole, 4);
+        FlexImage<float> tiled;
+        tiled.copyFromImage(whole, true);
+        blur.applyMod(&whole, nullptr);
+        ImageModderMulti renderer;
+        renderer.tileSize = 16;
+        GrowArray<ImageMod*> chain;
+        chain.add(&blur);
+        renderer.applyMods(chain, &tiled, nullptr);
+        EXPECT_TRUE(identical(whole, tiled)) << "method " << method;
+    }
+}
