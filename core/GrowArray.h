@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
@@ -47,10 +48,10 @@ public:
             data = new T[2]();
             return;
         }
+        std::size_t const kept = std::size_t(capacity > 0 ? capacity : 0);
         std::size_t const grownCapacity = std::size_t(capacity > 0 ? capacity : 1) * 2u;
         T* grown = new T[grownCapacity]();
-        for (int32_t i = 0; i < capacity; ++i)
-            grown[i] = data[i];
+        std::copy_n(data, kept, grown);
         delete[] data;
         data = grown;
         capacity = int32_t(grownCapacity);

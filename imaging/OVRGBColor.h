@@ -129,6 +129,57 @@ public:
         *blue *= 255.0f;
     }
 
+    // RGB on 0..1 to hue (0..1, a sixth per sector), saturation and
+    // lightness; grey and black have hue and saturation 0.
+    static void toHSLUnit(float r, float g, float b, float* h, float* s, float* l)
+    {
+        float const max = std::fmax(r, std::fmax(g, b));
+        float const min = std::fmin(r, std::fmin(g, b));
+        float const d = max - min;
+        *l = (max + min) * 0.5f;
+        *h = *s = 0.0f;
+        if (!(*l > 0.0f) || !(d > 0.0f))
+            return;
+        *s = *l <= 0.5f ? d / (max + min) : d / (2.0f - max - min);
+        float sector;
+        if (r == max)
+            sector = (g - b) / d + (g < b ? 6.0f : 0.0f);
+        else if (g == max)
+            sector = (b - r) / d + 2.0f;
+        else
+            sector = (r - g) / d + 4.0f;
+        *h = sector / 6.0f;
+    }
+
+    // Hue (0..1), saturation and lightness back to RGB on 0..1.
+    static void fromHSLUnit(float h, float s, float l, float* r, float* g, float* b)
+    {
+        if (s == 0.0f) {
+            *r = *g = *b = l;
+            return;
+        }
+        float const q = l < 0.5f ? l * (1.0f + s) : l + s - l * s;
+        float const p = 2.0f * l - q;
+        *r = hueToChannel(p, q, h + 1.0f / 3.0f);
+        *g = hueToChannel(p, q, h);
+        *b = hueToChannel(p, q, h - 1.0f / 3.0f);
+    }
+
 private:
+    static float hueToChannel(float p, float q, float t)
+    {
+        if (t < 0.0f)
+            t += 1.0f;
+        if (t > 1.0f)
+            t -= 1.0f;
+        if (t < 1.0f / 6.0f)
+            return p + (q - p) * 6.0f * t;
+        if (t < 0.5f)
+            return q;
+        if (t < 2.0f / 3.0f)
+            return p + (q - p) * (2.0f / 3.0f - t) * 6.0f;
+        return p;
+    }
+
     static bool same(float a, float b) { return !(a < b) && !(a > b); }
 };

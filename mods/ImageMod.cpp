@@ -194,6 +194,18 @@ ImageModVariable* ImageMod::addPercentVar(char const* variableName, float value,
     return v;
 }
 
+ImageModVariable* ImageMod::addCurveVar(char const* variableName, char const* curvePoints)
+{
+    ToneCurve curve;
+    curve.setControlPoints(GrowString(curvePoints));
+    return addVar(ImageModVariable::makeCurve(variableName, curve));
+}
+
+ImageModVariable* ImageMod::addColorVar(char const* variableName, OVRGBColor color)
+{
+    return addVar(ImageModVariable::makeColor(variableName, color));
+}
+
 void ImageMod::setAuxFloat(int index, float value)
 {
     if (index < 0 || index >= auxVars.count)

@@ -100,6 +100,10 @@ protected:
     // display range).
     ImageModVariable* addPercentVar(char const* variableName, float value, float min, float max,
                                     float displayMin = 0.0f, float displayMax = 100.0f);
+    // Adds a curve variable from control points such as "0 0 1 1".
+    ImageModVariable* addCurveVar(char const* variableName, char const* curvePoints);
+    // Adds a colour variable.
+    ImageModVariable* addColorVar(char const* variableName, OVRGBColor color);
     // Writes a value into the auxiliary list at variable index i.
     void setAuxFloat(int index, float value);
     void setAuxCurve(int index, char const* curvePoints);

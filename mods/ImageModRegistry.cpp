@@ -1,13 +1,35 @@
 #include "mods/ImageModRegistry.h"
 
+#include "mods/basic/ImageModBlur.h"
 #include "mods/basic/ImageModBrightness.h"
 #include "mods/basic/ImageModContrast.h"
 #include "mods/basic/ImageModContrastAndSaturation.h"
+#include "mods/basic/ImageModDynamics.h"
 #include "mods/basic/ImageModExposure.h"
 #include "mods/basic/ImageModGammaLegacy.h"
 #include "mods/basic/ImageModLuminanceContrast.h"
 #include "mods/basic/ImageModMultiTool.h"
+#include "mods/basic/ImageModNoise.h"
+#include "mods/basic/ImageModRadialBlur.h"
 #include "mods/basic/ImageModSaturation.h"
+#include "mods/basic/ImageModSharpen.h"
+#include "mods/basic/ImageModVignette.h"
+#include "mods/colour/ImageModColorBalance.h"
+#include "mods/colour/ImageModColorFilter.h"
+#include "mods/colour/ImageModColorTemperature.h"
+#include "mods/colour/ImageModColorizeCurve.h"
+#include "mods/colour/ImageModHueShift.h"
+#include "mods/colour/ImageModRGBSwap.h"
+#include "mods/colour/ImageModSelectiveColor.h"
+#include "mods/colour/ImageModSplitTone.h"
+#include "mods/curves/ImageModExposureCurve.h"
+#include "mods/curves/ImageModHighlights.h"
+#include "mods/curves/ImageModLabCurves.h"
+#include "mods/curves/ImageModRGBCurves.h"
+#include "mods/curves/ImageModToneCurve.h"
+#include "mods/mono/ImageModChannelMixer.h"
+#include "mods/mono/ImageModDiscolor.h"
+#include "mods/mono/ImageModFilteredBW.h"
 
 GrowArray<ImageMod*> createPrototypeRegistry()
 {
@@ -21,6 +43,46 @@ GrowArray<ImageMod*> createPrototypeRegistry()
     r.add(new ImageModGammaLegacy(1.0f));
     r.add(new ImageModSaturation(1.0f, 2));
     r.add(new ImageModMultiTool(2));
+    // Spatial
+    r.add(new ImageModBlur(0.0f, 100.0f, 0));
+    r.add(new ImageModRadialBlur(0.0f, 50.0f, 1.0f, 0));
+    r.add(new ImageModSharpen(0.0f));
+    r.add(new ImageModNoise(0.0f, 50.0f, 0.0f, 4));
+    r.add(new ImageModVignette(0.0f, 50.0f, 1.0f));
+    r.add(new ImageModDynamics(0.0f, 50.0f, ImageModDynamics::Overlay));
+    // Curves
+    r.add(new ImageModToneCurve(1.0f, "0 0 1 1", 0));
+    r.add(new ImageModExposureCurve(1.0f, "0 .5 1 .5"));
+    r.add(new ImageModLuminanceCurve(1.0f, "0 0 1 1"));
+    r.add(new ImageModRGBCombinedCurve(1.0f, "0 0 1 1"));
+    r.add(new ImageModRGBCurves());
+    r.add(new ImageModComponentCurve("0 0 1 1", ImageModComponentCurve::Red));
+    r.add(new ImageModLabCurves());
+    r.add(new ImageModHighlights());
+    r.add(new ImageModShadows());
+    // Colour
+    r.add(new ImageModTint(0.0f));
+    r.add(new ImageModColorize(0.0f));
+    r.add(new ImageModColorFilter(0.0f));
+    r.add(new ImageModDye(0.0f));
+    r.add(new ImageModRGBSwap());
+    r.add(new ImageModWhiteBalance());
+    r.add(new ImageModColorBalance());
+    r.add(new ImageModColorCorrector());
+    r.add(new ImageModColorTemperature());
+    r.add(new ImageModSelectiveColor());
+    r.add(new ImageModSplitTone());
+    r.add(new ImageModHueShift("0 .5 .16667 .5 .33333 .5 .5 .65 .66667 .5 .83333 .5 1 .5"));
+    r.add(new ImageModHueBrightness("0 .5 .16667 .5 .33333 .5 .5 .8 .66667 .5 .83333 .5 1 .5"));
+    r.add(new ImageModSaturationCurve("0 .5 .16667 .5 .33333 .5 .5 .8 .66667 .5 .83333 .5 1 .5"));
+    r.add(new ImageModColorizeCurve("0 .5 .5 .6 1 .5"));
+    r.add(new ImageModColorizeNoCurve());
+    // Monochrome and channel mixing
+    r.add(new ImageModChannelMixer());
+    r.add(new ImageModChannelMixerGreyscale());
+    r.add(new ImageModFilteredBW());
+    r.add(new ImageModDiscolor());
+    r.add(new ImageModLightleak());
     return r;
 }
 

@@ -76,3 +76,24 @@ TEST_F(Registry, ByteAndFloatImagesAgreeWithinTruncation)
         EXPECT_LE(worst, 3);
     }
 }
+
+// A filter added to a chain with its default settings changes nothing,
+// except the filters whose defaults are themselves a look.
+TEST_F(Registry, PrototypesLeaveTheImageBitIdentical)
+{
+    std::set<std::string> const looks = {"Selective Saturation", "Hue Shift",     "Hue Brightness", "Saturation Curve",
+                                         "Greyscale Channel Mixer", "Filtered B+W", "Lightleak"};
+    for (ImageMod* mod : prototypes) {
+        SCOPED_TRACE(mod->name.c_str());
+        if (looks.count(mod->name.c_str()))
+            continue;
+        FlexImage<float> image(31, 9, 3);
+        fillTestPattern(image, 3);
+        for (size_t i = 0; i < image.sampleCount(); i += 7)
+            image.pixels[i] += 0.37f; // fractions must survive too
+        FlexImage<float> before;
+        before.copyFromImage(image, true);
+        mod->applyMod(&image, nullptr);
+        EXPECT_EQ(0, std::memcmp(image.pixels, before.pixels, image.sampleCount() * sizeof(float)));
+    }
+}

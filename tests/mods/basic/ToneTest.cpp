@@ -14,85 +14,37 @@
 #include "mods/basic/ImageModLuminanceContrast.h"
 #include "mods/basic/ImageModMultiTool.h"
 #include "mods/basic/ImageModSaturation.h"
+#include "support/PixelCheck.h"
 #include "support/TestImages.h"
 
-namespace {
-
-using Pixel = std::vector<float>;
-
-// Runs the filter over one RGB pixel in both sample types; the 8-bit result
-// must be the float result truncated (within one level, for rounding inside
-// pow), and the float result is returned.
-Pixel apply(ImageMod& mod, Pixel const& in)
-{
-    FlexImage<float> floats(1, 1, 3);
-    FlexImage<unsigned char> bytes(1, 1, 3);
-    for (int c = 0; c < 3; ++c) {
-        floats.pixels[c] = in[c];
-        bytes.pixels[c] = static_cast<unsigned char>(in[c]);
-    }
-    mod.applyMod(&floats, nullptr);
-    mod.applyMod(&bytes, nullptr);
-    Pixel out(floats.pixels, floats.pixels + 3);
-    bool const integral = in[0] == std::floor(in[0]) && in[1] == std::floor(in[1]) && in[2] == std::floor(in[2]);
-    for (int c = 0; integral && c < 3; ++c)
-        EXPECT_NEAR(bytes.pixels[c], std::floor(out[c]), 1.0) << mod.name.c_str() << " channel " << c;
-    return out;
-}
-
-void expectPixel(Pixel const& got, float r, float g, float b, float tolerance = 2e-3f)
-{
-    EXPECT_NEAR(got[0], r, tolerance);
-    EXPECT_NEAR(got[1], g, tolerance);
-    EXPECT_NEAR(got[2], b, tolerance);
-}
-
-} // namespace
-
-TEST(ToneFilters, NeutralAmountLeavesTheImageBitIdentical)
-{
-    GrowArray<ImageMod*> prototypes = createPrototypeRegistry();
-    for (ImageMod* mod : prototypes) {
-        SCOPED_TRACE(mod->name.c_str());
-        FlexImage<float> image(31, 9, 3);
-        fillTestPattern(image, 3);
-        for (size_t i = 0; i < image.sampleCount(); i += 7)
-            image.pixels[i] += 0.37f; // fractions must survive too
-        FlexImage<float> before;
-        before.copyFromImage(image, true);
-        mod->applyMod(&image, nullptr);
-        EXPECT_EQ(0, std::memcmp(image.pixels, before.pixels, image.sampleCount() * sizeof(float)));
-    }
-    deleteMods(prototypes);
-}
 
 TEST(ToneFilters, BrightnessIsAStraightLine)
 {
     ImageModBrightness lift(1.5f);
     // Black point lifted to 0.5: c -> 127.5 + c / 2.
-    expectPixel(apply(lift, {0, 100, 255}), 127.5f, 177.5f, 255.0f);
+    expectPixel(applyToPixel(lift, {0, 100, 255}), 127.5f, 177.5f, 255.0f);
     ImageModBrightness drop(0.5f);
-    expectPixel(apply(drop, {0, 200, 255}), 0.0f, 100.0f, 127.5f);
+    expectPixel(applyToPixel(drop, {0, 200, 255}), 0.0f, 100.0f, 127.5f);
     ImageModBrightness white(2.0f);
-    expectPixel(apply(white, {0, 17, 200}), 255.0f, 255.0f, 255.0f);
+    expectPixel(applyToPixel(white, {0, 17, 200}), 255.0f, 255.0f, 255.0f);
     ImageModBrightness black(0.0f);
-    expectPixel(apply(black, {3, 128, 255}), 0.0f, 0.0f, 0.0f);
+    expectPixel(applyToPixel(black, {3, 128, 255}), 0.0f, 0.0f, 0.0f);
 }
 
 TEST(ToneFilters, ContrastIsAPowerCurveAboutTheCentre)
 {
     // Amount 1.5 gives exponent 2 about 127.5.
     ImageModContrast steeper(1.5f, 127.5f);
-    expectPixel(apply(steeper, {63.75f, 127.5f, 191.25f}), 31.875f, 127.5f, 223.125f);
-    expectPixel(apply(steeper, {0, 255, 127}), 0.0f, 255.0f, 127.5f * std::pow(127.0f / 127.5f, 2.0f));
+    expectPixel(applyToPixel(steeper, {63.75f, 127.5f, 191.25f}), 31.875f, 127.5f, 223.125f);
+    expectPixel(applyToPixel(steeper, {0, 255, 127}), 0.0f, 255.0f, 127.5f * std::pow(127.0f / 127.5f, 2.0f));
     // Amount 0.5 is exponent 0.5.
     ImageModContrast flatter(0.5f, 127.5f);
-    expectPixel(apply(flatter, {63.75f, 0, 255}), 127.5f * std::sqrt(0.5f), 0.0f, 255.0f);
+    expectPixel(applyToPixel(flatter, {63.75f, 0, 255}), 127.5f * std::sqrt(0.5f), 0.0f, 255.0f);
     // Centre 255: everything takes the lower branch; centre 0: the upper one.
     ImageModContrast topCentre(1.5f, 255.0f);
-    expectPixel(apply(topCentre, {127.5f, 255, 0}), 63.75f, 255.0f, 0.0f);
+    expectPixel(applyToPixel(topCentre, {127.5f, 255, 0}), 63.75f, 255.0f, 0.0f);
     ImageModContrast bottomCentre(1.5f, 0.0f);
-    expectPixel(apply(bottomCentre, {0, 127.5f, 255}), 0.0f, 191.25f, 255.0f);
+    expectPixel(applyToPixel(bottomCentre, {0, 127.5f, 255}), 0.0f, 191.25f, 255.0f);
 }
 
 TEST(ToneFilters, LuminanceContrastScalesChannelsTogether)
@@ -102,33 +54,33 @@ TEST(ToneFilters, LuminanceContrastScalesChannelsTogether)
     double const L = 124.2;
     double const target = 127.5 * std::pow(L / 127.5, 2.0);
     double const ratio = target / L;
-    expectPixel(apply(mod, {200, 100, 50}), float(200 * ratio), float(100 * ratio), float(50 * ratio));
+    expectPixel(applyToPixel(mod, {200, 100, 50}), float(200 * ratio), float(100 * ratio), float(50 * ratio));
     // A dark pixel brightened (amount below 1) moves toward white in proportion to headroom.
     ImageModLuminanceContrast flatter(0.5f, 127.5f);
     double const L2 = 0.299 * 40 + 0.587 * 20 + 0.114 * 10;
     double const T2 = 127.5 * std::sqrt(L2 / 127.5);
     double const lift = (T2 - L2) / (255 - L2);
-    expectPixel(apply(flatter, {40, 20, 10}), float(40 + 215 * lift), float(20 + 235 * lift), float(10 + 245 * lift));
-    expectPixel(apply(mod, {0, 0, 0}), 0, 0, 0);
-    expectPixel(apply(mod, {255, 255, 255}), 255, 255, 255);
+    expectPixel(applyToPixel(flatter, {40, 20, 10}), float(40 + 215 * lift), float(20 + 235 * lift), float(10 + 245 * lift));
+    expectPixel(applyToPixel(mod, {0, 0, 0}), 0, 0, 0);
+    expectPixel(applyToPixel(mod, {255, 255, 255}), 255, 255, 255);
 }
 
 TEST(ToneFilters, SaturationVersionsUseTheirOwnGrey)
 {
     ImageModSaturation current(0.0f, 2);
     float const perceived = float(std::sqrt(0.299 * 200 * 200 + 0.587 * 100 * 100 + 0.114 * 50 * 50));
-    expectPixel(apply(current, {200, 100, 50}), perceived, perceived, perceived);
+    expectPixel(applyToPixel(current, {200, 100, 50}), perceived, perceived, perceived);
 
     ImageModSaturation legacy(0.0f, 1);
-    expectPixel(apply(legacy, {200, 100, 50}), 124.2f, 124.2f, 124.2f);
+    expectPixel(applyToPixel(legacy, {200, 100, 50}), 124.2f, 124.2f, 124.2f);
 
     // 1.5 maps to a factor of 1/(2 - 1.5) = 2: 2c - Y, clamped.
     ImageModSaturation boosted(1.5f, 1);
-    expectPixel(apply(boosted, {200, 100, 50}), 255.0f, 75.8f, 0.0f);
+    expectPixel(applyToPixel(boosted, {200, 100, 50}), 255.0f, 75.8f, 0.0f);
 
     // 2 is capped to 1.99999, a factor of 100000: any deviation saturates.
     ImageModSaturation extreme(2.0f, 2);
-    Pixel const out = apply(extreme, {130, 128, 126});
+    Pixel const out = applyToPixel(extreme, {130, 128, 126});
     EXPECT_EQ(out[0], 255.0f);
     EXPECT_EQ(out[2], 0.0f);
 }
@@ -137,7 +89,7 @@ TEST(ToneFilters, ExposureBrightensHeadroomAndDarkensWithLessColour)
 {
     ImageModExposure brighter(1.5f);
     // 255 - 255 * ((255 - c)/255)^2
-    expectPixel(apply(brighter, {0, 127.5f, 255}), 0.0f, 191.25f, 255.0f);
+    expectPixel(applyToPixel(brighter, {0, 127.5f, 255}), 0.0f, 191.25f, 255.0f);
 
     ImageModExposure darker(0.5f);
     // Each channel 255 * (c/255)^2, then pulled toward its luminance with
@@ -146,10 +98,10 @@ TEST(ToneFilters, ExposureBrightensHeadroomAndDarkensWithLessColour)
                         255 * std::pow(50 / 255.0f, 2.0f)};
     float const y = float(0.299 * d[0] + 0.587 * d[1] + 0.114 * d[2]);
     float const w = std::pow(0.5f, 0.4f);
-    expectPixel(apply(darker, {200, 100, 50}), d[0] * w + y * (1 - w), d[1] * w + y * (1 - w),
+    expectPixel(applyToPixel(darker, {200, 100, 50}), d[0] * w + y * (1 - w), d[1] * w + y * (1 - w),
                 d[2] * w + y * (1 - w));
     // White is held at 254.95 so that it darkens.
-    Pixel const white = apply(darker, {255, 255, 255});
+    Pixel const white = applyToPixel(darker, {255, 255, 255});
     EXPECT_NEAR(white[0], 255 * std::pow(254.95f / 255, 2.0f), 1e-2f);
 }
 
@@ -157,16 +109,16 @@ TEST(ToneFilters, GammaVersions)
 {
     ImageModGammaLegacy legacy(1.5f);
     legacy.setVersion(1);
-    expectPixel(apply(legacy, {63.75f, 0, 255}), 127.5f, 0.0f, 255.0f);
+    expectPixel(applyToPixel(legacy, {63.75f, 0, 255}), 127.5f, 0.0f, 255.0f);
     legacy.setFloatVar(0, 0.5f);
-    expectPixel(apply(legacy, {63.75f, 0, 255}), 15.9375f, 0.0f, 255.0f);
+    expectPixel(applyToPixel(legacy, {63.75f, 0, 255}), 15.9375f, 0.0f, 255.0f);
 
     ImageModGammaLegacy current(1.5f);
     ASSERT_EQ(current.version, 2);
     // Black is lifted to 0.05 first, so it comes out slightly above 0.
     float const lifted = 255.0f - 255.0f * std::pow(254.95f / 255.0f, 2.0f);
-    expectPixel(apply(current, {0, 127.5f, 255}), lifted, 191.25f, 255.0f);
-    EXPECT_GT(apply(current, {0, 0, 0})[0], 0.0f);
+    expectPixel(applyToPixel(current, {0, 127.5f, 255}), lifted, 191.25f, 255.0f);
+    EXPECT_GT(applyToPixel(current, {0, 0, 0})[0], 0.0f);
 }
 
 TEST(ToneFilters, CompositionsRunTheirSteps)
@@ -175,9 +127,9 @@ TEST(ToneFilters, CompositionsRunTheirSteps)
     // value under the saturation step that follows.
     ImageModContrastAndSaturation contrastSaturation;
     contrastSaturation.setFloatVar(0, 1.5f);
-    expectPixel(apply(contrastSaturation, {45, 45, 45}), 22.5f, 22.5f, 22.5f, 1e-3f);
+    expectPixel(applyToPixel(contrastSaturation, {45, 45, 45}), 22.5f, 22.5f, 22.5f, 1e-3f);
     // The saturation step is 1 + (1 - 1.5) * 0.44 = 0.78 of the legacy rule.
-    Pixel const coloured = apply(contrastSaturation, {200, 100, 50});
+    Pixel const coloured = applyToPixel(contrastSaturation, {200, 100, 50});
     float const c[3] = {ImageModContrast::curveAt(200, 90, 2), ImageModContrast::curveAt(100, 90, 2),
                         ImageModContrast::curveAt(50, 90, 2)};
     float const y = float(0.299 * c[0] + 0.587 * c[1] + 0.114 * c[2]);
@@ -185,8 +137,8 @@ TEST(ToneFilters, CompositionsRunTheirSteps)
 
     ImageModMultiTool multi;
     multi.setFloatVar(0, 75.0f); // exposure 1.5
-    expectPixel(apply(multi, {0, 127.5f, 255}), 0.0f, 191.25f, 255.0f);
+    expectPixel(applyToPixel(multi, {0, 127.5f, 255}), 0.0f, 191.25f, 255.0f);
     multi.setFloatVar(0, 50.0f);
     multi.setFloatVar(2, 0.0f); // saturation 0: legacy grey by luma
-    expectPixel(apply(multi, {200, 100, 50}), 124.2f, 124.2f, 124.2f);
+    expectPixel(applyToPixel(multi, {200, 100, 50}), 124.2f, 124.2f, 124.2f);
 }

@@ -1,0 +1,106 @@
+#pragma once
+
+#include "imaging/Luminance.h"
+#include "imaging/OVRGBColor.h"
+
+// The colour-overlay rules, each on one pixel's red, green and blue (0..255
+// floats) with strength a. The single-purpose colour filters and the
+// colour methods of the curve-weighted colour filters all use these.
+namespace colourRules {
+
+enum Method { Colorize, Tint, ColorFilter, Dye, ColorBalance, Screen, Multiply };
+
+// Colour Filter: toward 0 for components under mid-grey, toward 255 above,
+// each in proportion to the room the channel has.
+inline float filterChannel(float c, float k, float a)
+{
+    float const d = float((double(k) - 127.5) * 0.00784313725490196 * double(a));
+    float const moved = k <= 127.5f ? c + d * c : c + d * (255.0f - c);
+    return moved < 0.0f ? 0.0f : (moved > 255.0f ? 255.0f : moved);
+}
+
+inline float tintChannel(float c, float k, float a)
+{
+    return c * (1.0f - a) + k * a;
+}
+
+// Colorize: the colour's deviation from its own grey, times a.
+inline void colorizeOffsets(OVRGBColor const& colour, float a, float* offsets)
+{
+    double const mean = (double(colour.red) + colour.green + colour.blue) * (1.0 / 3.0);
+    offsets[0] = float((colour.red - mean) * a);
+    offsets[1] = float((colour.green - mean) * a);
+    offsets[2] = float((colour.blue - mean) * a);
+}
+
+// Dye: the dye's hue and saturation at the pixel's brightness. Version 2
+// keeps the pixel's HSV value; older versions take the luminance and wash
+// light pixels out toward white.
+inline void dyePixel(float* rgb, HSV const& dye, float a, int version)
+{
+    float dyed[3];
+    if (version == 2) {
+        float const v = std::fmax(rgb[0], std::fmax(rgb[1], rgb[2])) / 255.0f * dye.v;
+        OVRGBColor::fromHSV(dye.h, dye.s, v, &dyed[0], &dyed[1], &dyed[2]);
+    } else {
+        float const v = dye.v / 255.0f * float(luminance(rgb[0], rgb[1], rgb[2]));
+        OVRGBColor::fromHSV(dye.h, dye.s * (1.0f - v), v, &dyed[0], &dyed[1], &dyed[2]);
+    }
+    for (int c = 0; c < 3; ++c)
+        rgb[c] = dyed[c] * a + rgb[c] * (1.0f - a);
+}
+
+inline float clampChannel(float v)
+{
+    return v < 0.0f ? 0.0f : (v > 255.0f ? 255.0f : v);
+}
+
+// One of the colour methods on a pixel, results clamped. dye is the colour's
+// HSV (hue in degrees, saturation and value 0..1).
+inline void applyMethod(int method, float* rgb, OVRGBColor const& k, HSV const& dye, float a, int dyeVersion = 2)
+{
+    float const components[3] = {k.red, k.green, k.blue};
+    switch (method) {
+    case Colorize: {
+        float offsets[3];
+        colorizeOffsets(k, a, offsets);
+        for (int c = 0; c < 3; ++c)
+            rgb[c] += offsets[c];
+        break;
+    }
+    case Tint:
+        for (int c = 0; c < 3; ++c)
+            rgb[c] = tintChannel(rgb[c], components[c], a);
+        break;
+    case ColorFilter:
+        for (int c = 0; c < 3; ++c)
+            rgb[c] = filterChannel(rgb[c], components[c], a);
+        break;
+    case Dye:
+        dyePixel(rgb, dye, a, dyeVersion);
+        break;
+    case ColorBalance:
+        for (int c = 0; c < 3; ++c)
+            rgb[c] += (components[c] - 127.5f) * a;
+        break;
+    case Screen:
+        for (int c = 0; c < 3; ++c)
+            rgb[c] = tintChannel(rgb[c], 255.0f - (255.0f - rgb[c]) * (255.0f - components[c]) / 255.0f, a);
+        break;
+    case Multiply:
+        for (int c = 0; c < 3; ++c)
+            rgb[c] = tintChannel(rgb[c], rgb[c] * components[c] / 255.0f, a);
+        break;
+    default:
+        break;
+    }
+    for (int c = 0; c < 3; ++c)
+        rgb[c] = clampChannel(rgb[c]);
+}
+
+inline HSV dyeHSV(OVRGBColor const& k)
+{
+    return OVRGBColor::toHSV(k.red, k.green, k.blue);
+}
+
+} // namespace colourRules

@@ -1,0 +1,67 @@
+#include "mods/colour/ImageModColorFilter.h"
+
+#include "mods/basic/SampleLoop.h"
+#include "mods/colour/ColourRules.h"
+
+ImageModColorOverlay::ImageModColorOverlay(char const* name, int method, float amount, OVRGBColor colour,
+                                           char const* text)
+    : ImageMod(name, ""), method(method)
+{
+    addPercentVar("Amount", amount, 0.0f, 1.0f);
+    setAuxFloat(0, 0.5f);
+    addColorVar("Color", colour);
+    description = text;
+}
+
+template <typename T>
+void ImageModColorOverlay::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
+{
+    float const a = floatVar(0);
+    if (a == 0.0f || image->channels < 3)
+        return;
+    OVRGBColor const colour = colorVar(1);
+    HSV const dye = colourRules::dyeHSV(colour);
+    int const m = method;
+    int const dyeVersion = version;
+    forEachPixel(image, [&](T* p, int) {
+        float rgb[3] = {float(p[0]), float(p[1]), float(p[2])};
+        colourRules::applyMethod(m, rgb, colour, dye, a, dyeVersion);
+        for (int c = 0; c < 3; ++c)
+            p[c] = FlexImage<T>::storeSample(rgb[c]);
+    });
+}
+
+ImageModTint::ImageModTint(float amount, OVRGBColor colour)
+    : ImageModColorOverlay("Tint", colourRules::Tint, amount, colour,
+                           "Tint the image by overlaying the selected color. Compare this result with Color Filter "
+                           "and Dye.")
+{
+    setDefaultVarsToCurrent();
+}
+
+ImageModColorize::ImageModColorize(float amount, OVRGBColor colour)
+    : ImageModColorOverlay("Colorize", colourRules::Colorize, amount, colour,
+                           "Adjust the color of the image by adding or subtracting RGB values. Compare this result "
+                           "with Color Filter, Dye, and Tint.")
+{
+    setDefaultVarsToCurrent();
+}
+
+ImageModColorFilter::ImageModColorFilter(float amount, OVRGBColor colour)
+    : ImageModColorOverlay("Color Filter", colourRules::ColorFilter, amount, colour,
+                           "Filter the image with the selected color. Compare this result with Tint and Dye.")
+{
+    setDefaultVarsToCurrent();
+}
+
+ImageModDye::ImageModDye(float amount, OVRGBColor colour, int version)
+    : ImageModColorOverlay("Dye", colourRules::Dye, amount, colour,
+                           "Dye the image with the selected color, preserving detail. Compare this result with Color "
+                           "Filter and Tint.")
+{
+    setVersion(version);
+    setDefaultVarsToCurrent();
+}
+
+template void ImageModColorOverlay::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
+template void ImageModColorOverlay::templateMod(FlexImage<float>*, ImageModChunkInfo*);

@@ -1,0 +1,69 @@
+#include "mods/colour/ImageModColorizeCurve.h"
+
+#include "mods/basic/SampleLoop.h"
+#include "mods/colour/ColourRules.h"
+
+GrowArray<GrowString> colourMethodLabels()
+{
+    return labelList({"Colorize", "Tint", "Color Filter", "Dye", "Color Balance", "Screen", "Multiply"});
+}
+
+template <typename T>
+void colourByLuminance(FlexImage<T>* image, ToneCurve const& weight, OVRGBColor colour, float amount, int method)
+{
+    if (amount == 0.0f || image->channels < 3)
+        return;
+    HSV const dye = colourRules::dyeHSV(colour);
+    forEachPixel(image, [&](T* p, int channels) {
+        float const w = weight.lookupChannel(float(pixelLuminance(p, channels))) * amount;
+        float rgb[3] = {float(p[0]), float(p[1]), float(p[2])};
+        colourRules::applyMethod(method, rgb, colour, dye, w);
+        for (int c = 0; c < 3; ++c)
+            p[c] = FlexImage<T>::storeSample(rgb[c]);
+    });
+}
+
+ImageModColorizeCurve::ImageModColorizeCurve(char const* curvePoints, OVRGBColor colour, float amount, int method)
+    : ImageMod("Colorize Curve", "Coloring Curve")
+{
+    addCurveVar("Luminance Region", curvePoints)->setDisplayName("Affected Brightness");
+    addColorVar("Color", colour);
+    addPercentVar("Amount", amount, 0.0f, 1.0f);
+    addVar(ImageModVariable::makeChoice("Color Method", colourMethodLabels(), method));
+    description = "Adjust the color of a specified luminance region.";
+    setDefaultVarsToCurrent();
+}
+
+template <typename T>
+void ImageModColorizeCurve::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
+{
+    if (ToneCurve const* curve = curveVar(0))
+        colourByLuminance(image, *curve, colorVar(1), floatVar(2), choiceVar(3, 0));
+}
+
+ImageModColorizeNoCurve::ImageModColorizeNoCurve(OVRGBColor colour, float amount, int method)
+    : ImageMod("Colorize Basic", "Coloring")
+{
+    addColorVar("Color", colour);
+    addPercentVar("Amount", amount, 0.0f, 1.0f);
+    setAuxCurve(0, "0 .5 .5 .6 1 .5");
+    setAuxFloat(1, 0.5f);
+    addVar(ImageModVariable::makeChoice("Color Method", colourMethodLabels(), method));
+    // Full strength at every brightness: the curved filter with a flat curve.
+    everywhere.setControlPoints(GrowString("0 1 1 1"));
+    description = "Adjust the overall color.";
+    setDefaultVarsToCurrent();
+}
+
+template <typename T>
+void ImageModColorizeNoCurve::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
+{
+    colourByLuminance(image, everywhere, colorVar(0), floatVar(1), choiceVar(2, 0));
+}
+
+template void colourByLuminance(FlexImage<unsigned char>*, ToneCurve const&, OVRGBColor, float, int);
+template void colourByLuminance(FlexImage<float>*, ToneCurve const&, OVRGBColor, float, int);
+template void ImageModColorizeCurve::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
+template void ImageModColorizeCurve::templateMod(FlexImage<float>*, ImageModChunkInfo*);
+template void ImageModColorizeNoCurve::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
+template void ImageModColorizeNoCurve::templateMod(FlexImage<float>*, ImageModChunkInfo*);

@@ -1,0 +1,64 @@
+#pragma once
+
+#include "mods/ImageMod.h"
+
+// Filters driven by a curve over hue ("Hue Region"): at each pixel the curve
+// is read at the pixel's hue, 0.5 meaning "leave alone".
+class ImageModHueCurve : public ImageMod
+{
+protected:
+    ImageModHueCurve(char const* name, char const* displayName, char const* curvePoints, char const* text);
+
+    // Calls rule(p, hsv, c) for every pixel of an image with at least three
+    // channels, hsv being the pixel's hue (degrees), saturation and value
+    // (0..1) and c the curve at its hue.
+    template <typename T, typename Rule>
+    void forEachHuePixel(FlexImage<T>* image, Rule rule) const;
+};
+
+// Turns the hues the curve marks: 1/360 above 0.5 turns by one degree.
+class ImageModHueShift : public ImageModHueCurve
+{
+public:
+    explicit ImageModHueShift(char const* curvePoints = "0 .5 .16667 .5 .33333 .5 .5 .65 .66667 .5 .83333 .5 1 .5");
+
+    void applyMod(FlexImage<unsigned char>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
+    void applyMod(FlexImage<float>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
+    ImageMod* createCopy() const override { return copyOf(*this); }
+
+    template <typename T>
+    void templateMod(FlexImage<T>* image, ImageModChunkInfo* info);
+};
+
+// Lightens (above 0.5) or darkens the hues the curve marks, most in
+// saturated mid-tones.
+class ImageModHueBrightness : public ImageModHueCurve
+{
+public:
+    explicit ImageModHueBrightness(
+        char const* curvePoints = "0 .5 .16667 .5 .33333 .5 .5 .8 .66667 .5 .83333 .5 1 .5");
+
+    void applyMod(FlexImage<unsigned char>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
+    void applyMod(FlexImage<float>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
+    ImageMod* createCopy() const override { return copyOf(*this); }
+
+    template <typename T>
+    void templateMod(FlexImage<T>* image, ImageModChunkInfo* info);
+};
+
+// Saturates (above 0.5) or desaturates the hues the curve marks. Version 2
+// scales the pixel's distance from its own luminance, so brightness holds;
+// older versions scale the HSV saturation.
+class ImageModSaturationCurve : public ImageModHueCurve
+{
+public:
+    explicit ImageModSaturationCurve(
+        char const* curvePoints = "0 .5 .16667 .5 .33333 .5 .5 .8 .66667 .5 .83333 .5 1 .5", int version = 2);
+
+    void applyMod(FlexImage<unsigned char>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
+    void applyMod(FlexImage<float>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
+    ImageMod* createCopy() const override { return copyOf(*this); }
+
+    template <typename T>
+    void templateMod(FlexImage<T>* image, ImageModChunkInfo* info);
+};

@@ -1,0 +1,80 @@
+#include "mods/colour/ImageModSplitTone.h"
+
+#include "mods/basic/SampleLoop.h"
+#include "mods/colour/ColourRules.h"
+
+ImageModSplitTone::ImageModSplitTone(float amount, OVRGBColor dark, OVRGBColor light)
+    : ImageMod("Split Tone", "")
+{
+    addPercentVar("Amount", amount, 0.0f, 1.0f);
+    setAuxFloat(0, 1.0f);
+    addColorVar("Dark Color", dark);
+    addColorVar("Light Color", light);
+    description = "Create a two-toned image by selecting the lightest and darkest colors.";
+    setDefaultVarsToCurrent();
+}
+
+template <typename T>
+void ImageModSplitTone::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
+{
+    if (!hasFloatVar(0) || floatVar(0) == 0.0f)
+        return;
+    float const a = floatVar(0);
+    OVRGBColor const darkColour = colorVar(1);
+    OVRGBColor const lightColour = colorVar(2);
+    float const dark[3] = {darkColour.red, darkColour.green, darkColour.blue};
+    float const light[3] = {lightColour.red, lightColour.green, lightColour.blue};
+    forEachPixel(image, [&](T* p, int channels) {
+        float const l = float(pixelLuminance(p, channels)) * 0.003921569f;
+        for (int c = 0; c < 3 && c < channels; ++c)
+            p[c] = FlexImage<T>::storeSample((dark[c] * (1.0f - l) + light[c] * l) * a + float(p[c]) * (1.0f - a));
+    });
+}
+
+ImageModColorCorrector::ImageModColorCorrector(float amount)
+    : ImageMod("Color Correction", "")
+{
+    addPercentVar("Amount", amount, 0.0f, 1.0f);
+    OVRGBColor const grey(127.5f, 127.5f, 127.5f);
+    addColorVar("Shadows", grey);
+    addColorVar("Midtones", grey);
+    addColorVar("Highlights", grey);
+    description = "Separately adjust the color of highlights, midtones, and shadows.";
+    setDefaultVarsToCurrent();
+}
+
+void ImageModColorCorrector::toneWeights(float l, float* weights)
+{
+    weights[0] = (1.0f - l) * (1.0f - l);
+    weights[2] = l * l;
+    weights[1] = 1.0f - weights[0] - weights[2];
+}
+
+template <typename T>
+void ImageModColorCorrector::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
+{
+    float const a = floatVar(0);
+    if (a == 0.0f || image->channels < 3)
+        return;
+    float offsets[3][3];
+    bool neutral = true;
+    for (int range = 0; range < 3; ++range) {
+        colourRules::colorizeOffsets(colorVar(1 + range), 1.0f, offsets[range]);
+        neutral = neutral && offsets[range][0] == 0.0f && offsets[range][1] == 0.0f && offsets[range][2] == 0.0f;
+    }
+    if (neutral)
+        return;
+    forEachPixel(image, [&](T* p, int channels) {
+        float weights[3];
+        toneWeights(float(pixelLuminance(p, channels)) / 255.0f, weights);
+        for (int c = 0; c < 3; ++c) {
+            float const shift = weights[0] * offsets[0][c] + weights[1] * offsets[1][c] + weights[2] * offsets[2][c];
+            p[c] = FlexImage<T>::storeSample(clamp255(float(p[c]) + shift * a));
+        }
+    });
+}
+
+template void ImageModSplitTone::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
+template void ImageModSplitTone::templateMod(FlexImage<float>*, ImageModChunkInfo*);
+template void ImageModColorCorrector::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
+template void ImageModColorCorrector::templateMod(FlexImage<float>*, ImageModChunkInfo*);

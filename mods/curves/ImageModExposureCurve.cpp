@@ -1,0 +1,62 @@
+#include "mods/curves/ImageModExposureCurve.h"
+
+#include "mods/basic/ImageModExposure.h"
+#include "mods/basic/SampleLoop.h"
+
+ImageModExposureCurve::ImageModExposureCurve(float amount, char const* curvePoints)
+    : ImageMod("Exposure Curve", "")
+{
+    addPercentVar("Amount", amount, 0.0f, 1.0f);
+    setAuxFloat(0, 1.0f);
+    addCurveVar("Curve", curvePoints);
+    setAuxCurve(1, "0 .25 1 .75");
+    setVersion(2);
+    setDefaultVarsToCurrent();
+}
+
+void ImageModExposureCurve::setVersion(int v)
+{
+    ImageMod::setVersion(v);
+    updateNameToVersion();
+}
+
+void ImageModExposureCurve::updateNameToVersion()
+{
+    if (version == 2) {
+        name = "Gamma Curve";
+        description = "Adjust gamma using a horizontal curve editor.";
+    } else {
+        name = "Exposure Curve";
+        description = "Adjust exposure using a horizontal curve editor.";
+    }
+}
+
+template <typename T>
+void ImageModExposureCurve::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
+{
+    static float const neutral[] = {0.0f, 0.5f, 1.0f, 0.5f};
+    float const a = floatVar(0);
+    ToneCurve const* curve = curveVar(1);
+    if (a == 0.0f || !curve || curve->hasControlPoints(neutral, 2))
+        return;
+    bool const drainColour = version != 2;
+    forEachPixel(image, [&](T* p, int channels) {
+        float const Y = float(pixelLuminance(p, channels));
+        float const e = curve->lookupChannel(Y) * 2.0f * a + (1.0f - a);
+        if (e == 1.0f)
+            return;
+        int const colours = channels < 3 ? channels : 3;
+        if (e > 1.0f) {
+            for (int c = 0; c < colours; ++c)
+                p[c] = FlexImage<T>::storeSample(ImageModExposure::brighten(std::fmax(float(p[c]), 0.05f), e));
+        } else if (drainColour) {
+            ImageModExposure::darkenPixel(p, colours, e, ImageModExposure::colourKeptWhenDarkening(e));
+        } else {
+            for (int c = 0; c < colours; ++c)
+                p[c] = FlexImage<T>::storeSample(ImageModExposure::darken(float(p[c]), e));
+        }
+    });
+}
+
+template void ImageModExposureCurve::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
+template void ImageModExposureCurve::templateMod(FlexImage<float>*, ImageModChunkInfo*);

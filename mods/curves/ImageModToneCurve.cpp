@@ -1,0 +1,134 @@
+#include "mods/curves/ImageModToneCurve.h"
+
+#include "imaging/OVRGBColor.h"
+#include "mods/basic/SampleLoop.h"
+#include "mods/curves/CurveRules.h"
+
+namespace {
+
+// The pixel's HSV value through the curve; hue and saturation kept.
+template <typename T>
+void curveValue(T* p, ToneCurve const& curve, float amount)
+{
+    HSV const hsv = OVRGBColor::toHSV(float(p[0]), float(p[1]), float(p[2]));
+    float const v = hsv.v * (1.0f - amount) + curve.lookup(hsv.v) * amount;
+    float rgb[3];
+    OVRGBColor::fromHSV(hsv.h, hsv.s, v, &rgb[0], &rgb[1], &rgb[2]);
+    for (int c = 0; c < 3; ++c)
+        p[c] = FlexImage<T>::storeSample(rgb[c]);
+}
+
+// The pixel's HSL lightness through the curve; hue and saturation kept.
+template <typename T>
+void curveLightness(T* p, ToneCurve const& curve, float amount)
+{
+    float const r = float(p[0]) / 255.0f;
+    float const g = float(p[1]) / 255.0f;
+    float const b = float(p[2]) / 255.0f;
+    float h, s, l;
+    OVRGBColor::toHSLUnit(r, g, b, &h, &s, &l);
+    float const doubled = std::fmax(r, std::fmax(g, b)) + std::fmin(r, std::fmin(g, b));
+    float const curved = l >= 1.0f ? curve.values()[ToneCurve::lastEntry] : curve.lookupAtIndex(doubled * 1274.5f);
+    float rgb[3];
+    OVRGBColor::fromHSLUnit(h, s, l * (1.0f - amount) + curved * amount, &rgb[0], &rgb[1], &rgb[2]);
+    for (int c = 0; c < 3; ++c)
+        p[c] = FlexImage<T>::storeSample(rgb[c] * 255.0f);
+}
+
+// The common opening: nothing to blend in, or an identity curve.
+bool curveIsNeutral(float amount, ToneCurve const* curve)
+{
+    return amount == 0.0f || !curve || curve->isIdentity();
+}
+
+} // namespace
+
+ImageModToneCurve::ImageModToneCurve(float amount, char const* curvePoints, int method)
+    : ImageMod("Tone Curve", "")
+{
+    addPercentVar("Amount", amount, 0.0f, 1.0f);
+    setAuxFloat(0, 1.0f);
+    addCurveVar("Curve", curvePoints);
+    setAuxCurve(1, secondListCurve);
+    addVar(ImageModVariable::makeChoice("Method", labelList({"Luminance", "Value", "Lightness"}), method));
+    description = "Adjust brightness values using a traditional curve editor.";
+    setDefaultVarsToCurrent();
+}
+
+int ImageModToneCurve::method() const
+{
+    return vars.count > 2 && vars[2]->choiceData() ? vars[2]->choiceData()->selected + 1 : PerChannel;
+}
+
+template <typename T>
+void ImageModToneCurve::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
+{
+    float const a = floatVar(0);
+    ToneCurve const* curve = curveVar(1);
+    if (curveIsNeutral(a, curve))
+        return;
+    int const m = image->channels >= 3 ? method() : (method() == Luminance ? Luminance : PerChannel);
+    switch (m) {
+    case Luminance:
+        forEachPixel(image, [&](T* p, int channels) { curveLuminance(p, channels, *curve, a); });
+        break;
+    case Value:
+        forEachPixel(image, [&](T* p, int) { curveValue(p, *curve, a); });
+        break;
+    case Lightness:
+        forEachPixel(image, [&](T* p, int) { curveLightness(p, *curve, a); });
+        break;
+    default:
+        forEachPixel(image, [&](T* p, int channels) { curveEachColour(p, channels, *curve, a); });
+        break;
+    }
+}
+
+ImageModLuminanceCurve::ImageModLuminanceCurve(float amount, char const* curvePoints)
+    : ImageMod("Curves", "Luminance Curve")
+{
+    addPercentVar("Amount", amount, 0.0f, 1.0f);
+    setAuxFloat(0, 1.0f);
+    addCurveVar("Curve", curvePoints);
+    setAuxCurve(1, secondListCurve);
+    description = "Adjust luminance using a curve editor.";
+    setDefaultVarsToCurrent();
+}
+
+template <typename T>
+void ImageModLuminanceCurve::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
+{
+    float const a = floatVar(0);
+    ToneCurve const* curve = curveVar(1);
+    if (curveIsNeutral(a, curve))
+        return;
+    forEachPixel(image, [&](T* p, int channels) { curveLuminance(p, channels, *curve, a); });
+}
+
+ImageModRGBCombinedCurve::ImageModRGBCombinedCurve(float amount, char const* curvePoints)
+    : ImageMod("RGB Curve", "")
+{
+    addPercentVar("Amount", amount, 0.0f, 1.0f);
+    setAuxFloat(0, 1.0f);
+    addCurveVar("Curve", curvePoints);
+    setAuxCurve(1, secondListCurve);
+    description = "Adjust RGB values together using a curve editor.";
+    setDefaultVarsToCurrent();
+}
+
+template <typename T>
+void ImageModRGBCombinedCurve::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
+{
+    float const a = floatVar(0);
+    ToneCurve const* curve = curveVar(1);
+    if (curveIsNeutral(a, curve))
+        return;
+    forEachPixel(image, [&](T* p, int channels) { curveEachColour(p, channels, *curve, a); });
+}
+
+template void ImageModToneCurve::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
+template void ImageModToneCurve::templateMod(FlexImage<float>*, ImageModChunkInfo*);
+template void ImageModLuminanceCurve::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
+template void ImageModLuminanceCurve::templateMod(FlexImage<float>*, ImageModChunkInfo*);
+template void ImageModRGBCombinedCurve::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
+template void ImageModRGBCombinedCurve::templateMod(FlexImage<float>*, ImageModChunkInfo*);

@@ -1,0 +1,96 @@
+#include "mods/mono/ImageModChannelMixer.h"
+
+#include "mods/basic/SampleLoop.h"
+
+namespace {
+
+char const* const weightNames[9] = {"RedR", "GreenR", "BlueR", "RedG", "GreenG", "BlueG", "RedB", "GreenB", "BlueB"};
+
+void addMixerVar(ImageMod* mod, ImageModVariable const& v)
+{
+    mod->addVar(v)->floatData()->setDisplayRange(-200.0f, 200.0f);
+}
+
+} // namespace
+
+ImageModChannelMixer::ImageModChannelMixer()
+    : ImageMod("Color Mixer", "")
+{
+    addMixerVar(this, ImageModVariable::makeFloat("Red", 100.0f, -200.0f, 200.0f));
+    addMixerVar(this, ImageModVariable::makeFloat("Green", 0.0f, -200.0f, 200.0f));
+    addMixerVar(this, ImageModVariable::makeFloat("Blue", 0.0f, -200.0f, 200.0f));
+    addVar(ImageModVariable::makeChoice("Output Channel", labelList({"Red", "Green", "Blue"}), 0));
+    for (int i = 0; i < 9; ++i)
+        addMixerVar(this, ImageModVariable::makeFloat(weightNames[i], i % 4 == 0 ? 100.0f : 0.0f, -200.0f, 200.0f));
+    description = "Determine how to calculate the output values of the red, green, and blue channels.";
+    setDefaultVarsToCurrent();
+}
+
+void ImageModChannelMixer::setWeight(int out, int in, float percent)
+{
+    if (ImageModVariableDataFloat* f = vars[FirstWeight + out * 3 + in]->floatData())
+        f->value = percent;
+}
+
+void ImageModChannelMixer::notifyVarChanged(int index)
+{
+    int const out = choiceVar(OutputChannel, 0);
+    if (out < 0 || out > 2 || vars.count < FirstWeight + 9)
+        return;
+    if (index >= FirstSlider && index < FirstSlider + 3) {
+        setWeight(out, index - FirstSlider, floatVar(index));
+    } else if (index == OutputChannel) {
+        for (int in = 0; in < 3; ++in)
+            if (ImageModVariableDataFloat* f = vars[FirstSlider + in]->floatData())
+                f->value = weight(out, in);
+    }
+}
+
+template <typename T>
+void ImageModChannelMixer::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
+{
+    float m[3][3];
+    bool identity = true;
+    for (int out = 0; out < 3; ++out)
+        for (int in = 0; in < 3; ++in) {
+            float const w = weight(out, in);
+            identity = identity && w == (out == in ? 100.0f : 0.0f);
+            m[out][in] = w * 0.01f;
+        }
+    if (identity || image->channels < 3)
+        return;
+    forEachPixel(image, [&](T* p, int) {
+        float const in[3] = {float(p[0]), float(p[1]), float(p[2])};
+        for (int out = 0; out < 3; ++out)
+            p[out] = FlexImage<T>::storeSample(clamp255(in[0] * m[out][0] + in[1] * m[out][1] + in[2] * m[out][2]));
+    });
+}
+
+ImageModChannelMixerGreyscale::ImageModChannelMixerGreyscale(float red, float green, float blue)
+    : ImageMod("Greyscale Channel Mixer", "Greyscale Mixer")
+{
+    addMixerVar(this, ImageModVariable::makeFloat("Red", red, -200.0f, 200.0f));
+    addMixerVar(this, ImageModVariable::makeFloat("Green", green, -200.0f, 200.0f));
+    addMixerVar(this, ImageModVariable::makeFloat("Blue", blue, -200.0f, 200.0f));
+    description = "Create a greyscale image based on the weighted input of the red, green, and blue image components.";
+    setDefaultVarsToCurrent();
+}
+
+template <typename T>
+void ImageModChannelMixerGreyscale::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
+{
+    float const wr = floatVar(0) * 0.01f;
+    float const wg = floatVar(1) * 0.01f;
+    float const wb = floatVar(2) * 0.01f;
+    if (image->channels < 3)
+        return;
+    // Negative weights can push the sum below 0; it is limited there too.
+    forEachPixel(image, [&](T* p, int channels) {
+        setGrey(p, channels, clamp255(float(p[0]) * wr + float(p[1]) * wg + float(p[2]) * wb));
+    });
+}
+
+template void ImageModChannelMixer::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
+template void ImageModChannelMixer::templateMod(FlexImage<float>*, ImageModChunkInfo*);
+template void ImageModChannelMixerGreyscale::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
+template void ImageModChannelMixerGreyscale::templateMod(FlexImage<float>*, ImageModChunkInfo*);

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "mods/ImageMod.h"
+
+// A full 3 x 3 channel mixer. The nine weights are stored as variables so a
+// preset keeps the whole matrix; the three visible sliders show the row of
+// the output channel chosen in "Output Channel".
+class ImageModChannelMixer : public ImageMod
+{
+public:
+    enum { FirstSlider = 0, OutputChannel = 3, FirstWeight = 4 };
+
+    ImageModChannelMixer();
+
+    void applyMod(FlexImage<unsigned char>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
+    void applyMod(FlexImage<float>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
+    ImageMod* createCopy() const override { return copyOf(*this); }
+    // A slider writes into its weight of the chosen row; choosing another
+    // output channel shows that row on the sliders.
+    void notifyVarChanged(int index) override;
+
+    template <typename T>
+    void templateMod(FlexImage<T>* image, ImageModChunkInfo* info);
+
+    // Weight of input channel `in` in output channel `out`, in percent.
+    float weight(int out, int in) const { return floatVar(FirstWeight + out * 3 + in); }
+    void setWeight(int out, int in, float percent);
+};
+
+// Greyscale from a weighted sum of red, green and blue (in percent).
+class ImageModChannelMixerGreyscale : public ImageMod
+{
+public:
+    explicit ImageModChannelMixerGreyscale(float red = 30.0f, float green = 59.0f, float blue = 11.0f);
+
+    void applyMod(FlexImage<unsigned char>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
+    void applyMod(FlexImage<float>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
+    ImageMod* createCopy() const override { return copyOf(*this); }
+
+    template <typename T>
+    void templateMod(FlexImage<T>* image, ImageModChunkInfo* info);
+};
+
+// Writes grey into the red, green and blue of a pixel.
+template <typename T>
+inline void setGrey(T* p, int channels, float grey)
+{
+    T const g = FlexImage<T>::storeSample(grey);
+    for (int c = 0; c < 3 && c < channels; ++c)
+        p[c] = g;
+}

@@ -1,0 +1,82 @@
+#include "mods/mono/ImageModDiscolor.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "mods/basic/ImageModNoise.h"
+#include "mods/basic/Ramps.h"
+#include "mods/basic/SampleLoop.h"
+#include "mods/colour/ColourRules.h"
+
+ImageModDiscolor::ImageModDiscolor(float amount, float offset, OVRGBColor colour, float scale, float stretch)
+    : ImageMod("Discolor", "")
+{
+    addPercentVar("Amount", amount, 0.0f, 1.0f);
+    addVar(ImageModVariable::makeFloat("Offset", offset, 0.0f, 100.0f));
+    addColorVar("Color", colour);
+    addVar(ImageModVariable::makeFloat("Scale", scale, 0.0f, 2.0f));
+    addVar(ImageModVariable::makeFloat("Stretch", stretch, 0.0f, 2.0f));
+    description = "Apply uneven discoloration to the image.";
+    setDefaultVarsToCurrent();
+}
+
+template <typename T>
+void ImageModDiscolor::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
+{
+    float const a = floatVar(0);
+    if (a == 0.0f || image->channels < 3)
+        return;
+    OVRGBColor const colour = colorVar(2);
+    int const fullWidth = info ? info->fullWidth : image->width;
+    int const fullHeight = info ? info->fullHeight : image->height;
+    int const chunkX = info ? info->chunkX : 0;
+    int const chunkY = info ? info->chunkY : 0;
+    // Positions are fractions of the picture's longer side, so the pattern
+    // looks the same at every render size and across tiles.
+    double const perPixel = 2.0 / std::max(double(floatVar(3)), 0.05) / double(std::max(fullWidth, fullHeight));
+    double const stretch = 1.0 / (1.0 + double(floatVar(4)));
+    double const shift = double(floatVar(1)) * 0.37 + 100.0;
+    int const channels = image->channels;
+    for (int row = 0; row < image->height; ++row) {
+        double const y = double(row + chunkY) * perPixel + 100.0;
+        T* p = image->pixelAt(0, row);
+        for (int col = 0; col < image->width; ++col, p += channels) {
+            double const x = double(col + chunkX) * perPixel * stretch + shift;
+            float const blotch = ease(ImageModNoise::valueNoise(x, y) * 0.8f + 0.4f);
+            float rgb[3] = {float(p[0]), float(p[1]), float(p[2])};
+            colourRules::applyMethod(colourRules::Screen, rgb, colour, HSV(), blotch * a);
+            for (int c = 0; c < 3; ++c)
+                p[c] = FlexImage<T>::storeSample(rgb[c]);
+        }
+    }
+}
+
+ImageModLightleak::ImageModLightleak(float amount)
+    : ImageMod("Lightleak", "")
+{
+    addPercentVar("Amount", amount, 0.0f, 1.0f);
+    addPercentVar(remixVariableName, 0.0f, 0.0f, 1.0f)->setDisplayName(remixDisplayName);
+    description = "Discolors your film in oranges and purples where a poorly-made camera accidentally lets light in.";
+    setDefaultVarsToCurrent();
+}
+
+template <typename T>
+void ImageModLightleak::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
+{
+    float const a = hasFloatVar(0) ? floatVar(0) : 0.0f;
+    if (a == 0.0f)
+        return;
+    double const v = hasFloatVar(1) ? double(floatVar(1)) + 248.75 : 248.75;
+    OVRGBColor const leak(float(237.5 + 17.5 * std::cos(v * 0.08105308810215502)),
+                          float(162.5 + 37.5 * std::cos(v * 0.06000441866188032)),
+                          float(140.0 + 60.0 * std::cos(v * 0.033740705144660564)), 255.0f);
+    float const amount = float((0.699999988079071 + 0.19999998807907104 * std::cos(v * 0.029405306921233814)) * a);
+    float const stretch = float(0.1850000098347664 + 0.11500000953674316 * std::cos(v * 0.044673449142009804));
+    ImageModDiscolor discolor(amount, float(v), leak, 1.45f, stretch);
+    discolor.templateMod(image, info);
+}
+
+template void ImageModDiscolor::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
+template void ImageModDiscolor::templateMod(FlexImage<float>*, ImageModChunkInfo*);
+template void ImageModLightleak::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
+template void ImageModLightleak::templateMod(FlexImage<float>*, ImageModChunkInfo*);

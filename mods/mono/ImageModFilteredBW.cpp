@@ -1,0 +1,44 @@
+#include "mods/mono/ImageModFilteredBW.h"
+
+#include "imaging/OVRGBColor.h"
+#include "mods/basic/SampleLoop.h"
+#include "mods/mono/ImageModChannelMixer.h"
+
+ImageModFilteredBW::ImageModFilteredBW(float amount, float hue)
+    : ImageMod("Filtered B+W", "")
+{
+    addPercentVar("Amount", amount, 0.0f, 100.0f);
+    addVar(ImageModVariable::makeFloat("Hue", hue, 0.0f, 360.0f))->setDisplayName("Filter Hue");
+    description = "Create a greyscale image while filtering for selected hues.";
+    setDefaultVarsToCurrent();
+}
+
+void ImageModFilteredBW::filterWeights(float hue, float strength, float* weights)
+{
+    float lens[3];
+    OVRGBColor::fromHSVUnit(OVRGBColor::wrapHue(hue), 1.0f, 1.0f, &lens[0], &lens[1], &lens[2]);
+    float const luma[3] = {0.299f, 0.587f, 0.114f};
+    float sum = 0.0f;
+    for (int c = 0; c < 3; ++c) {
+        // The lens passes its own colour and holds back the others.
+        weights[c] = luma[c] * (1.0f + strength * (2.0f * lens[c] - 0.6f));
+        sum += weights[c];
+    }
+    for (int c = 0; c < 3; ++c)
+        weights[c] /= sum;
+}
+
+template <typename T>
+void ImageModFilteredBW::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
+{
+    if (image->channels < 3)
+        return;
+    float weights[3];
+    filterWeights(floatVar(1), floatVar(0) * 0.01f, weights);
+    forEachPixel(image, [&](T* p, int channels) {
+        setGrey(p, channels, clamp255(float(p[0]) * weights[0] + float(p[1]) * weights[1] + float(p[2]) * weights[2]));
+    });
+}
+
+template void ImageModFilteredBW::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
+template void ImageModFilteredBW::templateMod(FlexImage<float>*, ImageModChunkInfo*);

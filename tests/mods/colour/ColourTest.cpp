@@ -1,0 +1,116 @@
+#include <gtest/gtest.h>
+
+#include "mods/colour/ImageModColorBalance.h"
+#include "mods/colour/ImageModColorFilter.h"
+#include "mods/colour/ImageModColorizeCurve.h"
+#include "mods/colour/ImageModHueShift.h"
+#include "mods/colour/ImageModRGBSwap.h"
+#include "mods/colour/ImageModSelectiveColor.h"
+#include "mods/colour/ImageModSplitTone.h"
+#include "support/PixelCheck.h"
+
+namespace {
+
+Pixel const skin = {224, 172, 138};
+Pixel const grey = {100, 100, 100};
+
+} // namespace
+
+TEST(ColourFilters, ColorFilterPushesEachChannelTowardItsComponent)
+{
+    // Red component 255 at Amount 0.5: d = 0.5, 100 + 0.5 x 155; green
+    // component 0: d = -0.5, 100 - 50; blue at mid-grey: unchanged.
+    ImageModColorFilter filter(0.5f, OVRGBColor(255.0f, 0.0f, 127.5f));
+    expectPixel(applyToPixel(filter, grey), 177.5f, 50.0f, 100.0f);
+    ImageModColorFilter white(1.0f, OVRGBColor(255.0f, 255.0f, 255.0f));
+    expectPixel(applyToPixel(white, skin), 255.0f, 255.0f, 255.0f);
+    ImageModColorFilter black(1.0f, OVRGBColor(0.0f, 0.0f, 0.0f));
+    expectPixel(applyToPixel(black, skin), 0.0f, 0.0f, 0.0f);
+    ImageModColorFilter midGrey(1.0f, OVRGBColor(127.5f, 127.5f, 127.5f));
+    EXPECT_EQ(applyToPixel(midGrey, skin), skin);
+}
+
+TEST(ColourFilters, TintColorizeAndDye)
+{
+    ImageModTint tint(0.25f, OVRGBColor(255.0f, 0.0f, 0.0f));
+    expectPixel(applyToPixel(tint, grey), 138.75f, 75.0f, 75.0f);
+    ImageModTint paint(1.0f, OVRGBColor(10.0f, 20.0f, 30.0f));
+    expectPixel(applyToPixel(paint, skin), 10.0f, 20.0f, 30.0f);
+
+    // Red's grey is 85: offsets +170 and -85, halved.
+    ImageModColorize colorize(0.5f, OVRGBColor(255.0f, 0.0f, 0.0f));
+    expectPixel(applyToPixel(colorize, grey), 185.0f, 57.5f, 57.5f);
+    ImageModColorize greyColour(1.0f, OVRGBColor(40.0f, 40.0f, 40.0f));
+    EXPECT_EQ(applyToPixel(greyColour, skin), skin);
+
+    // Version 2 keeps the pixel's value (100) in the dye's hue.
+    ImageModDye dye(1.0f, OVRGBColor(255.0f, 0.0f, 0.0f), 2);
+    expectPixel(applyToPixel(dye, {100, 50, 25}), 100.0f, 0.0f, 0.0f, 1e-2f);
+    // Version 1: v = Y / 255 = 62.1 / 255, saturation 1 - v.
+    ImageModDye legacy(1.0f, OVRGBColor(255.0f, 0.0f, 0.0f), 1);
+    float const v = 62.1f / 255.0f;
+    expectPixel(applyToPixel(legacy, {100, 50, 25}), 62.1f, 62.1f * v, 62.1f * v, 1e-2f);
+}
+
+TEST(ColourFilters, SwapBalanceAndWhiteBalance)
+{
+    ImageModRGBSwap swap;
+    EXPECT_EQ(applyToPixel(swap, skin), skin);
+    setColour(swap, 0, OVRGBColor(0.0f, 0.0f, 255.0f));
+    setColour(swap, 2, OVRGBColor(255.0f, 0.0f, 0.0f));
+    Pixel const swapped = applyToPixel(swap, {224, 172, 138, 255});
+    expectPixel(swapped, 138.0f, 172.0f, 224.0f, 1e-2f);
+    EXPECT_EQ(swapped[3], 0.0f);
+
+    ImageModColorBalance balance(50.0f, 0.0f, 0.0f);
+    expectPixel(applyToPixel(balance, {220, 100, 0}), 255.0f, 100.0f, 0.0f);
+
+    ImageModWhiteBalance white(OVRGBColor(200.0f, 150.0f, 100.0f));
+    white.setFloatVar(0, 1.0f);
+    expectPixel(applyToPixel(white, grey), 150.0f, 100.0f, 50.0f, 1e-2f);
+    ImageModWhiteBalance neutral(OVRGBColor(90.0f, 90.0f, 90.0f));
+    neutral.setFloatVar(0, 1.0f);
+    EXPECT_EQ(applyToPixel(neutral, skin), skin);
+}
+
+TEST(ColourFilters, SelectiveSaturationActsWithinTheTolerance)
+{
+    ImageModSelectiveColor reds(OVRGBColor(255.0f, 0.0f, 0.0f), 20.0f, 0.0f);
+    float const L = 0.299f * 200 + 0.587f * 50 + 0.114f * 50;
+    expectPixel(applyToPixel(reds, {200, 50, 50}), L, L, L, 1e-2f);
+    Pixel const green = {50, 200, 50};
+    EXPECT_EQ(applyToPixel(reds, green), green);
+    // 36 degrees of tolerance, fading out until 54.
+    EXPECT_FLOAT_EQ(ImageModSelectiveColor::hueWeight(30.0f, 36.0f), 1.0f);
+    EXPECT_FLOAT_EQ(ImageModSelectiveColor::hueWeight(45.0f, 36.0f), 0.5f);
+    EXPECT_FLOAT_EQ(ImageModSelectiveColor::hueWeight(55.0f, 36.0f), 0.0f);
+}
+
+TEST(ColourFilters, SplitToneMixesItsColoursByLuminance)
+{
+    ImageModSplitTone split(1.0f, OVRGBColor(0.0f, 0.0f, 255.0f), OVRGBColor(255.0f, 255.0f, 0.0f));
+    expectPixel(applyToPixel(split, {51, 51, 51}), 51.0f, 51.0f, 204.0f, 1e-2f);
+    split.setFloatVar(0, 0.5f);
+    expectPixel(applyToPixel(split, {51, 51, 51}), 51.0f, 51.0f, 127.5f, 1e-2f);
+}
+
+TEST(ColourFilters, HueCurvesLeaveFlatCurvesAndGreysAlone)
+{
+    ImageModHueShift shift("0 .5 1 .5");
+    EXPECT_EQ(applyToPixel(shift, skin), skin);
+    ImageModHueBrightness brightness("0 .5 1 .5");
+    EXPECT_EQ(applyToPixel(brightness, skin), skin);
+    // A curve at 0.75 everywhere turns every hue by 90 degrees: red -> yellow-green.
+    ImageModHueShift turn("0 .75 1 .75");
+    expectPixel(applyToPixel(turn, {200, 0, 0}), 100.0f, 200.0f, 0.0f, 0.5f);
+    expectPixel(applyToPixel(turn, grey), 100.0f, 100.0f, 100.0f);
+}
+
+TEST(ColourFilters, ColouringAppliesItsMethodAtTheCurvesStrength)
+{
+    ImageModColorizeNoCurve tint(OVRGBColor(10.0f, 20.0f, 30.0f), 1.0f, 1);
+    expectPixel(applyToPixel(tint, skin), 10.0f, 20.0f, 30.0f);
+    // A curve at 0.5 everywhere halves the strength.
+    ImageModColorizeCurve half("0 .5 1 .5", OVRGBColor(200.0f, 200.0f, 200.0f), 1.0f, 1);
+    expectPixel(applyToPixel(half, grey), 150.0f, 150.0f, 150.0f, 1e-2f);
+}

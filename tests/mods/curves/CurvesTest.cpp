@@ -1,0 +1,125 @@
+#include <gtest/gtest.h>
+
+#include "mods/curves/ImageModExposureCurve.h"
+#include "mods/curves/ImageModHighlights.h"
+#include "mods/curves/ImageModLabCurves.h"
+#include "mods/curves/ImageModRGBCurves.h"
+#include "mods/curves/ImageModToneCurve.h"
+#include "support/PixelCheck.h"
+
+namespace {
+
+char const* const inverted = "0 1 1 0";
+
+} // namespace
+
+TEST(CurveFilters, PerChannelCurveBlendsByAmountAndDoesNotClamp)
+{
+    ImageModRGBCombinedCurve curve(1.0f, inverted);
+    expectPixel(applyToPixel(curve, {51, 0, 255}), 204.0f, 255.0f, 0.0f);
+    curve.setFloatVar(0, 0.5f);
+    expectPixel(applyToPixel(curve, {51, 51, 51}), 127.5f, 127.5f, 127.5f);
+
+    ImageModRGBCombinedCurve doubling(1.0f, "0 0 1 2");
+    FlexImage<float> white(1, 1, 3);
+    white.pixels[0] = white.pixels[1] = white.pixels[2] = 255.0f;
+    doubling.applyMod(&white, nullptr);
+    EXPECT_NEAR(white.pixels[0], 510.0f, 1e-2);
+}
+
+TEST(CurveFilters, LuminanceMethodMovesChannelsInProportion)
+{
+    // Y = 82.05 becomes 172.95; each channel moves 90.9 / 172.95 of its headroom.
+    ImageModLuminanceCurve curve(1.0f, inverted);
+    float const share = 90.9f / 172.95f;
+    expectPixel(applyToPixel(curve, {100, 50, 200}), 100 + 155 * share, 50 + 205 * share, 200 + 55 * share, 2e-2f);
+    // Black has no proportions: every channel takes the target.
+    expectPixel(applyToPixel(curve, {0, 0, 0}), 255.0f, 255.0f, 255.0f);
+
+    ImageModToneCurve tone(1.0f, inverted, 0);
+    EXPECT_EQ(tone.method(), ImageModToneCurve::Luminance);
+    expectPixel(applyToPixel(tone, {100, 50, 200}), 100 + 155 * share, 50 + 205 * share, 200 + 55 * share, 2e-2f);
+}
+
+TEST(CurveFilters, ValueMethodKeepsHueAndSaturation)
+{
+    // V = 200/255 becomes 55/255: every channel scales by 55/200.
+    ImageModToneCurve tone(1.0f, inverted, 1);
+    expectPixel(applyToPixel(tone, {200, 100, 40}), 55.0f, 27.5f, 11.0f, 1e-2f);
+    // Lightness of a grey follows the curve: 51 -> 204.
+    ImageModToneCurve lightness(1.0f, inverted, 2);
+    expectPixel(applyToPixel(lightness, {51, 51, 51}), 204.0f, 204.0f, 204.0f, 1e-2f);
+}
+
+TEST(CurveFilters, IdentityCurvesAndZeroAmountChangeNothing)
+{
+    Pixel const odd = {12.37f, 200.5f, 99.01f};
+    ImageModToneCurve identity(1.0f, "0 0 1 1", 1);
+    EXPECT_EQ(applyToPixel(identity, odd), odd);
+    ImageModToneCurve noAmount(0.0f, inverted, 0);
+    EXPECT_EQ(applyToPixel(noAmount, odd), odd);
+    ImageModExposureCurve flat(1.0f, "0 .5 1 .5");
+    EXPECT_EQ(applyToPixel(flat, odd), odd);
+    ImageModRGBCurves curves;
+    EXPECT_EQ(applyToPixel(curves, odd), odd);
+    ImageModLabCurves lab;
+    EXPECT_EQ(applyToPixel(lab, odd), odd);
+}
+
+TEST(CurveFilters, ExposureCurveBrightensByTheCurvesSetting)
+{
+    // Curve at 1 everywhere with Amount 0.5: exposure 1.5, so
+    // c -> 255 - 255 ((255 - c) / 255)^2.
+    ImageModExposureCurve exposure(0.5f, "0 1 1 1");
+    EXPECT_STREQ(exposure.name.c_str(), "Gamma Curve");
+    float const expected = 255.0f - 255.0f * (155.0f / 255.0f) * (155.0f / 255.0f);
+    expectPixel(applyToPixel(exposure, {100, 100, 100}), expected, expected, expected, 1e-2f);
+    exposure.setVersion(1);
+    EXPECT_STREQ(exposure.name.c_str(), "Exposure Curve");
+    EXPECT_STREQ(exposure.description.c_str(), "Adjust exposure using a horizontal curve editor.");
+}
+
+TEST(CurveFilters, ChannelCurvesActOnTheirOwnChannels)
+{
+    ImageModRGBCurves curves;
+    setCurve(curves, 0, inverted);
+    expectPixel(applyToPixel(curves, {51, 51, 51}), 204.0f, 51.0f, 51.0f, 1e-2f);
+    // The shared curve acts after the channel curve: inverted twice.
+    setCurve(curves, 3, inverted);
+    expectPixel(applyToPixel(curves, {51, 51, 51}), 51.0f, 204.0f, 204.0f, 1e-2f);
+
+    ImageModComponentCurve component(inverted, ImageModComponentCurve::BlueRed);
+    expectPixel(applyToPixel(component, {51, 51, 51}), 204.0f, 51.0f, 204.0f, 1e-2f);
+}
+
+TEST(CurveFilters, HighlightsAndShadowsConfineTheirChange)
+{
+    ImageModHighlights highlights;
+    highlights.setFloatVar(0, 2.0f);
+    EXPECT_NEAR(applyToPixel(highlights, {40, 40, 40})[0], 40.0f, 1.0f);
+    EXPECT_GT(applyToPixel(highlights, {180, 180, 180})[0], 200.0f);
+    ImageModShadows shadows;
+    shadows.setFloatVar(0, 0.0f);
+    EXPECT_LT(applyToPixel(shadows, {60, 60, 60})[0], 45.0f);
+    EXPECT_NEAR(applyToPixel(shadows, {230, 230, 230})[0], 230.0f, 1.0f);
+    // Legacy: a curve through (0.75, 1) lifts the upper quarter and leaves black.
+    highlights.setVersion(1);
+    EXPECT_EQ(applyToPixel(highlights, {0, 0, 0})[0], 0.0f);
+    EXPECT_GT(applyToPixel(highlights, {191, 191, 191})[0], 230.0f);
+}
+
+TEST(CurveFilters, LabRoundTripAndWhitePoint)
+{
+    float const rgb[3] = {200.0f, 120.0f, 40.0f};
+    float lab[3];
+    float back[3];
+    ImageModLabCurves::rgbToLab(rgb, lab);
+    ImageModLabCurves::labToRgb(lab, back);
+    for (int c = 0; c < 3; ++c)
+        EXPECT_NEAR(back[c], rgb[c], 0.1f);
+    float const white[3] = {255.0f, 255.0f, 255.0f};
+    ImageModLabCurves::rgbToLab(white, lab);
+    EXPECT_NEAR(lab[0], 100.0f, 0.01f);
+    EXPECT_NEAR(lab[1], 0.0f, 0.01f);
+    EXPECT_NEAR(lab[2], 0.0f, 0.01f);
+}
