@@ -60,7 +60,6 @@ SPATIAL(BlurBox25, "Blur", 25.0f, 1);
 SPATIAL(BlurBox50, "Blur", 50.0f, 1);
 SPATIAL(BlurBox100, "Blur", 100.0f, 1);
 SPATIAL(BlurCircle25, "Blur", 25.0f, 2);
-SPATIAL(BlurCircle50, "Blur", 50.0f, 2);
 SPATIAL(Sharpen, "Sharpen", 50.0f, 0);
 SPATIAL(Grain, "Noise", 40.0f, 0);
 SPATIAL(Vignette, "Vignette", 0.5f, 0);
