@@ -1,6 +1,6 @@
 # The whole set-up on a fresh Debian 12 machine: `make demo` and `make test`.
 
-PACKAGES := g++ cmake make pkg-config qtbase5-dev libgtest-dev libgmock-dev libbenchmark-dev
+PACKAGES := g++ cmake make pkg-config qtbase5-dev fonts-dejavu-core libgtest-dev libgmock-dev libbenchmark-dev
 , := ,
 JOBS     := $(shell nproc 2>/dev/null || echo 2)
 SUDO     := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
@@ -35,7 +35,7 @@ test: build
 test-asan: deps
 	$(call CMAKE_CONFIGURE,$(ASAN_DIR),RelWithDebInfo,-DQUILLMERE_SANITIZE=address$(,)undefined)
 	cmake --build $(ASAN_DIR) -j $(JOBS)
-	cd $(ASAN_DIR) && UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1 ctest --output-on-failure -j $(JOBS)
+	cd $(ASAN_DIR) && UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1 LSAN_OPTIONS=fast_unwind_on_malloc=0:print_suppressions=0:suppressions=$(CURDIR)/tests/lsan.supp ctest --output-on-failure -j $(JOBS)
 
 # The renderer and threading tests under ThreadSanitizer.
 test-tsan: deps
@@ -43,8 +43,16 @@ test-tsan: deps
 	cmake --build $(TSAN_DIR) -j $(JOBS)
 	cd $(TSAN_DIR) && TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1:suppressions=$(CURDIR)/tests/tsan.supp ctest --output-on-failure -R '^(Renderer|ParallelDispatch|Threading|TileGrid)\.'
 
+DEMO_DIR    := demo-output
+DEMO_PHOTO  := resources/samples/seeding.jpg
+DEMO_PRESET := Warm Sunset
+
+# Every preset over the sample photo as a contact sheet, and one preset at
+# full size.
 demo: build
-	./$(BUILD_DIR)/quillmere_demo
+	@mkdir -p $(DEMO_DIR)
+	./$(BUILD_DIR)/quillmere thumbnails $(DEMO_PHOTO) --size 240x135 -o $(DEMO_DIR)/contact-sheet.png
+	./$(BUILD_DIR)/quillmere apply --preset "$(DEMO_PRESET)" $(DEMO_PHOTO) -o $(DEMO_DIR)/seeding-warm-sunset.jpg
 
 bench: deps
 	$(call CMAKE_CONFIGURE,$(BENCH_DIR),Release,-DQUILLMERE_BUILD_BENCH=ON)
@@ -52,4 +60,4 @@ bench: deps
 	@echo "Benchmarks built in $(BENCH_DIR)/bench; run one with e.g. $(BENCH_DIR)/bench/bench_tone"
 
 clean:
-	rm -rf build
+	rm -rf build $(DEMO_DIR)

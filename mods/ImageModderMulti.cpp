@@ -274,6 +274,7 @@ void ImageModderMulti::renderTiles(FlexImage<T>* src, FlexImage<T>* dst, bool se
                 cacheWriteGrid.writeTileImmediately(i, tile);
             }
         }
+        tilesFinished.fetch_add(1, std::memory_order_relaxed);
         std::lock_guard<std::mutex> guard(renderMutex);
         if (separate || fromCache) {
             // Nothing still needs this tile's source pixels: write at once.
@@ -284,6 +285,8 @@ void ImageModderMulti::renderTiles(FlexImage<T>* src, FlexImage<T>* dst, bool se
             sourceGrid.processWrites();
         }
     };
+    tilesFinished.store(0, std::memory_order_relaxed);
+    tilesTotal.store(sourceGrid.tileCount(), std::memory_order_relaxed);
     dispatchApply(size_t(sourceGrid.tileCount()), queueFor(priority), renderTile);
 
     sourceGrid.processWrites();
@@ -293,6 +296,12 @@ void ImageModderMulti::renderTiles(FlexImage<T>* src, FlexImage<T>* dst, bool se
         cacheReadGrid.clearMemory();
         cacheWriteGrid.clearMemory();
     }
+}
+
+float ImageModderMulti::progress() const
+{
+    int const total = tilesTotal.load(std::memory_order_relaxed);
+    return total > 0 ? float(tilesFinished.load(std::memory_order_relaxed)) / float(total) : 0.0f;
 }
 
 bool ImageModderMulti::cancelled()

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+
 #include "core/GrowArray.h"
 #include "core/OVThreading.h"
 #include "imaging/FlexImage.h"
@@ -39,6 +41,9 @@ public:
     ImageModderMultiTileGrid destGrid;
     ImageModderMultiTileGrid cacheWriteGrid;
     ImageModderMultiTileGrid cacheReadGrid;
+    // Tiles of the current render, for progress reports.
+    std::atomic<int> tilesFinished{0};
+    std::atomic<int> tilesTotal{0};
 
     // The arguments are accepted and ignored: the tuning is fixed.
     explicit ImageModderMulti(bool = true, bool = false, int = 256, float = 0.5f);
@@ -65,6 +70,8 @@ public:
     bool isFinished();
     bool isCompleted();
     int getCachedIndex();
+    // The finished share of the current render, 0 to 1.
+    float progress() const;
 
 private:
     template <typename T>

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <type_traits>
+
 #include "imaging/Luminance.h"
 #include "imaging/OVRGBColor.h"
 
@@ -56,46 +58,55 @@ inline float clampChannel(float v)
 }
 
 // One of the colour methods on a pixel, results clamped. dye is the colour's
-// HSV (hue in degrees, saturation and value 0..1).
-inline void applyMethod(int method, float* rgb, OVRGBColor const& k, HSV const& dye, float a, int dyeVersion = 2)
+// HSV (hue in degrees, saturation and value 0..1). The method is a template
+// argument so that a pixel loop is compiled once per method, with no branch
+// on the method inside it (see withMethod).
+template <int method>
+inline void applyMethod(float* rgb, OVRGBColor const& k, HSV const& dye, float a, int dyeVersion = 2)
 {
     float const components[3] = {k.red, k.green, k.blue};
-    switch (method) {
-    case Colorize: {
+    if constexpr (method == Colorize) {
         float offsets[3];
         colorizeOffsets(k, a, offsets);
         for (int c = 0; c < 3; ++c)
             rgb[c] += offsets[c];
-        break;
-    }
-    case Tint:
+    } else if constexpr (method == Tint) {
         for (int c = 0; c < 3; ++c)
             rgb[c] = tintChannel(rgb[c], components[c], a);
-        break;
-    case ColorFilter:
+    } else if constexpr (method == ColorFilter) {
         for (int c = 0; c < 3; ++c)
             rgb[c] = filterChannel(rgb[c], components[c], a);
-        break;
-    case Dye:
+    } else if constexpr (method == Dye) {
         dyePixel(rgb, dye, a, dyeVersion);
-        break;
-    case ColorBalance:
+    } else if constexpr (method == ColorBalance) {
         for (int c = 0; c < 3; ++c)
             rgb[c] += (components[c] - 127.5f) * a;
-        break;
-    case Screen:
+    } else if constexpr (method == Screen) {
         for (int c = 0; c < 3; ++c)
             rgb[c] = tintChannel(rgb[c], 255.0f - (255.0f - rgb[c]) * (255.0f - components[c]) / 255.0f, a);
-        break;
-    case Multiply:
+    } else if constexpr (method == Multiply) {
         for (int c = 0; c < 3; ++c)
             rgb[c] = tintChannel(rgb[c], rgb[c] * components[c] / 255.0f, a);
-        break;
-    default:
-        break;
     }
     for (int c = 0; c < 3; ++c)
         rgb[c] = clampChannel(rgb[c]);
+}
+
+// Calls visit with the method as a compile-time constant
+// (std::integral_constant); unknown methods call nothing.
+template <typename Visit>
+inline void withMethod(int method, Visit visit)
+{
+    switch (method) {
+    case Colorize: visit(std::integral_constant<int, Colorize>()); break;
+    case Tint: visit(std::integral_constant<int, Tint>()); break;
+    case ColorFilter: visit(std::integral_constant<int, ColorFilter>()); break;
+    case Dye: visit(std::integral_constant<int, Dye>()); break;
+    case ColorBalance: visit(std::integral_constant<int, ColorBalance>()); break;
+    case Screen: visit(std::integral_constant<int, Screen>()); break;
+    case Multiply: visit(std::integral_constant<int, Multiply>()); break;
+    default: break;
+    }
 }
 
 inline HSV dyeHSV(OVRGBColor const& k)

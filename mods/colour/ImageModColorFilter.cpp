@@ -21,13 +21,14 @@ void ImageModColorOverlay::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
         return;
     OVRGBColor const colour = colorVar(1);
     HSV const dye = colourRules::dyeHSV(colour);
-    int const m = method;
     int const dyeVersion = version;
-    forEachPixel(image, [&](T* p, int) {
-        float rgb[3] = {float(p[0]), float(p[1]), float(p[2])};
-        colourRules::applyMethod(m, rgb, colour, dye, a, dyeVersion);
-        for (int c = 0; c < 3; ++c)
-            p[c] = FlexImage<T>::storeSample(rgb[c]);
+    colourRules::withMethod(method, [&](auto m) {
+        forEachPixel(image, [&](T* p, int) {
+            float rgb[3] = {float(p[0]), float(p[1]), float(p[2])};
+            colourRules::applyMethod<decltype(m)::value>(rgb, colour, dye, a, dyeVersion);
+            for (int c = 0; c < 3; ++c)
+                p[c] = FlexImage<T>::storeSample(rgb[c]);
+        });
     });
 }
 

@@ -55,7 +55,7 @@ void ImageModColorTemperature::templateMod(FlexImage<T>* image, ImageModChunkInf
         float const w = curve->lookupChannel(L) * a;
         float rgb[3] = {float(p[0]), float(p[1]), float(p[2])};
         if (method == ByColorize) {
-            colourRules::applyMethod(colourRules::Colorize, rgb, colour, HSV(), w);
+            colourRules::applyMethod<colourRules::Colorize>(rgb, colour, HSV(), w);
         } else if (method == ByColorBalance) {
             rgb[0] += 40.0f * t * w;
             rgb[2] -= 40.0f * t * w;

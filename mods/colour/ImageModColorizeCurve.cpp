@@ -14,12 +14,14 @@ void colourByLuminance(FlexImage<T>* image, ToneCurve const& weight, OVRGBColor 
     if (amount == 0.0f || image->channels < 3)
         return;
     HSV const dye = colourRules::dyeHSV(colour);
-    forEachPixel(image, [&](T* p, int channels) {
-        float const w = weight.lookupChannel(float(pixelLuminance(p, channels))) * amount;
-        float rgb[3] = {float(p[0]), float(p[1]), float(p[2])};
-        colourRules::applyMethod(method, rgb, colour, dye, w);
-        for (int c = 0; c < 3; ++c)
-            p[c] = FlexImage<T>::storeSample(rgb[c]);
+    colourRules::withMethod(method, [&](auto m) {
+        forEachPixel(image, [&](T* p, int channels) {
+            float const w = weight.lookupChannel(float(pixelLuminance(p, channels))) * amount;
+            float rgb[3] = {float(p[0]), float(p[1]), float(p[2])};
+            colourRules::applyMethod<decltype(m)::value>(rgb, colour, dye, w);
+            for (int c = 0; c < 3; ++c)
+                p[c] = FlexImage<T>::storeSample(rgb[c]);
+        });
     });
 }
 

@@ -44,7 +44,7 @@ void ImageModDiscolor::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
             double const x = double(col + chunkX) * perPixel * stretch + shift;
             float const blotch = ease(ImageModNoise::valueNoise(x, y) * 0.8f + 0.4f);
             float rgb[3] = {float(p[0]), float(p[1]), float(p[2])};
-            colourRules::applyMethod(colourRules::Screen, rgb, colour, HSV(), blotch * a);
+            colourRules::applyMethod<colourRules::Screen>(rgb, colour, HSV(), blotch * a);
             for (int c = 0; c < 3; ++c)
                 p[c] = FlexImage<T>::storeSample(rgb[c]);
         }

@@ -26,25 +26,30 @@ void fillTestPattern(FlexImage<T>& image, uint32_t seed)
         }
 }
 
-// Moves a filter's main variable away from its default so that the filter
+// Moves variable index of a filter away from its default so that the filter
 // actually does something: a float to 70% of its range, a curve to a bend, a
 // colour to an orange, a choice to its next option.
-inline void moveMainVariable(ImageMod* mod)
+inline void moveVariable(ImageMod* mod, int index)
 {
-    ImageModVariable* main = mod->getMainVariable();
-    if (!main)
+    if (index < 0 || index >= mod->vars.count)
         return;
-    if (ImageModVariableDataFloat* f = main->floatData()) {
+    ImageModVariable* v = mod->vars[index];
+    if (ImageModVariableDataFloat* f = v->floatData()) {
         float moved = f->min + 0.7f * (f->max - f->min);
         if (moved == f->value)
             moved = f->min + 0.3f * (f->max - f->min);
         f->value = moved;
-    } else if (ImageModVariableDataCurve* c = main->curveData()) {
+    } else if (ImageModVariableDataCurve* c = v->curveData()) {
         c->curve.setControlPoints(GrowString("0 0.1 0.4 0.55 1 0.9"));
-    } else if (ImageModVariableDataColor* c = main->colorData()) {
+    } else if (ImageModVariableDataColor* c = v->colorData()) {
         c->color = OVRGBColor(230.0f, 140.0f, 60.0f);
-    } else if (ImageModVariableDataChoice* c = main->choiceData()) {
+    } else if (ImageModVariableDataChoice* c = v->choiceData()) {
         c->selected = c->selected + 1;
     }
-    mod->notifyVarChanged(0);
+    mod->notifyVarChanged(index);
+}
+
+inline void moveMainVariable(ImageMod* mod)
+{
+    moveVariable(mod, 0);
 }

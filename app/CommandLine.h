@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QCommandLineParser>
+#include <QString>
+#include <QStringList>
+
+// Shared pieces of the quillmere subcommands.
+
+enum ExitStatus { ExitOk = 0, ExitFailed = 1, ExitUsage = 2 };
+
+// One line on standard error: "quillmere: SUBJECT: reason".
+void reportError(QString const& subject, QString const& reason);
+// One line on standard error for a mistake in the command itself, with a
+// pointer to --help.
+int usageError(QString const& command, QString const& message);
+
+// Parses a subcommand's arguments (args[0] is the subcommand). Prints help
+// and sets *exitStatus to 0 on --help, or reports a usage error; returns
+// whether the command should run.
+bool parseCommand(QCommandLineParser& parser, QString const& command, QString const& summary,
+                  QStringList const& args, int* exitStatus);
+
+// The "--max-megapixels" option and its value; false (with a usage error
+// reported) when the value is not a positive number.
+QCommandLineOption maxMegapixelsOption();
+bool readMaxMegapixels(QCommandLineParser const& parser, QString const& command, double* value);
+
+// Whether writing to output would replace one of inputs.
+bool isOneOf(QString const& output, QStringList const& inputs);
+
+int runPresets(QStringList const& args);
+int runFilters(QStringList const& args);
+int runThumbnails(QStringList const& args);
+int runApply(QStringList const& args);
