@@ -119,6 +119,7 @@ int runApply(QStringList const& args)
         return ExitFailed;
     preset->setFloatVar(0, options.amount);
     session.currentMod = preset;
+    session.keepOriginalAfterFinish = false;
 
     bool allWritten = true;
     ProgressBar progress(options.photos.size());

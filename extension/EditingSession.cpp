@@ -85,7 +85,8 @@ void EditingSession::render(ImageMod* mod, FlexImage<float>* source, FlexImage<f
                             std::function<void(float)> const& progress)
 {
     if (!mod || !source->pixels) {
-        destination->copyFromImage(*source, true);
+        if (destination)
+            destination->copyFromImage(*source, true);
         return;
     }
     GrowArray<ImageMod*> chain;
@@ -117,7 +118,13 @@ QImage EditingSession::choosePreset(int index)
 bool EditingSession::finish(QString const& outputPath, int quality, AdjustmentData* adjustment, QString* error,
                             std::function<void(float)> const& progress)
 {
-    render(currentMod, &fullImageOriginal, &fullImageFiltered, progress);
+    if (keepOriginalAfterFinish) {
+        render(currentMod, &fullImageOriginal, &fullImageFiltered, progress);
+    } else {
+        render(currentMod, &fullImageOriginal, nullptr, progress);
+        fullImageFiltered.swapWith(fullImageOriginal);
+        fullImageOriginal.clear();
+    }
     QImage const result = QImageFromFlexImage(&fullImageFiltered);
     if (result.isNull()) {
         *error = "nothing to save: the photo could not be read";

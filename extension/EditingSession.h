@@ -44,6 +44,10 @@ public:
     FlexImage<float> fullImageFiltered;
     QString fullImagePath;
     double maxMegapixels;
+    // When false, finishing renders over the full-size original in place
+    // (which then holds the result) instead of into a second full-size
+    // image: half the memory, for callers done with the original.
+    bool keepOriginalAfterFinish = true;
 
     EditingSession();
     ~EditingSession();
@@ -78,6 +82,7 @@ public:
                                     int height);
 
 private:
+    // Renders mod over source into destination, or in place when it is null.
     static void render(ImageMod* mod, FlexImage<float>* source, FlexImage<float>* destination,
                        std::function<void(float)> const& progress = nullptr);
 };

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "core/SampleMemory.h"
+
 namespace {
 
 bool hasSixteenBitSamples(QImage::Format format)
@@ -46,6 +48,32 @@ void copySamples(QImage const& source, FlexImage<T>* out, bool copyAlpha, float 
     }
 }
 
+// 8-bit pixels packed as 0xAARRGGBB (what the JPEG decoder gives): bytes
+// become samples by value, with no conversion pass first.
+template <typename T>
+void copyPackedPixels(QImage const& source, FlexImage<T>* out, bool copyAlpha)
+{
+    int const channels = out->channels;
+    int const colours = channels < 3 ? channels : 3;
+    for (int y = 0; y < source.height(); ++y) {
+        auto const* row = reinterpret_cast<QRgb const*>(source.constScanLine(y));
+        T* p = out->pixelAt(0, y);
+        for (int x = 0; x < source.width(); ++x, p += channels) {
+            QRgb const pixel = row[x];
+            T const rgba[4] = {T(qRed(pixel)), T(qGreen(pixel)), T(qBlue(pixel)), T(qAlpha(pixel))};
+            for (int c = 0; c < colours; ++c)
+                p[c] = rgba[c];
+            if (copyAlpha)
+                p[3] = rgba[3];
+        }
+    }
+}
+
+void releaseSampleMemory(void* memory)
+{
+    freeSampleMemory(memory);
+}
+
 } // namespace
 
 template <typename T>
@@ -58,9 +86,10 @@ bool flexImageFromQImage(QImage const& image, FlexImage<T>* out)
     if (hasSixteenBitSamples(image.format())) {
         QImage const rgba = image.convertToFormat(QImage::Format_RGBA64);
         copySamples<T, uint16_t>(rgba, out, copyAlpha, float(1.0 / 257.0));
+    } else if (image.format() == QImage::Format_RGB32 || image.format() == QImage::Format_ARGB32) {
+        copyPackedPixels(image, out, copyAlpha);
     } else {
-        QImage const rgba = image.convertToFormat(QImage::Format_RGBA8888);
-        copySamples<T, uint8_t>(rgba, out, copyAlpha, 1.0f);
+        copyPackedPixels(image.convertToFormat(QImage::Format_ARGB32), out, copyAlpha);
     }
     return true;
 }
@@ -70,21 +99,22 @@ QImage QImageFromFlexImage(FlexImage<T> const* in)
 {
     if (!in || !in->pixels || in->width <= 0 || in->height <= 0)
         return QImage();
-    QImage image(in->width, in->height, QImage::Format_RGBX8888);
-    // The fourth byte of an RGBX image is ignored, so only colour is copied.
-    int const colours = in->channels >= 3 ? 3 : in->channels;
-    for (int y = 0; y < in->height; ++y) {
-        uint8_t* row = image.scanLine(y);
-        T const* p = in->pixelAt(0, y);
-        for (int x = 0; x < in->width; ++x, row += 4, p += in->channels) {
-            for (int c = 0; c < colours; ++c)
-                row[c] = uint8_t(int32_t(p[c]));
-            for (int c = colours; c < 3; ++c)
-                row[c] = uint8_t(int32_t(p[0])); // grey images spread their one channel
-            row[3] = 255;
-        }
+    // Packed 0xFFRRGGBB, the layout the JPEG and PNG encoders take as it
+    // is; the buffer comes from the sample allocator, so a full-size result
+    // costs few page faults.
+    size_t const pixelCount = size_t(in->width) * size_t(in->height);
+    auto* packed = allocateSamples<QRgb>(pixelCount);
+    int const channels = in->channels;
+    T const* p = in->pixels;
+    for (size_t i = 0; i < pixelCount; ++i, p += channels) {
+        // Truncation toward zero, low 8 bits kept: no clamping on purpose.
+        uint32_t const r = uint8_t(int32_t(p[0]));
+        uint32_t const g = uint8_t(int32_t(channels >= 3 ? p[1] : p[0]));
+        uint32_t const b = uint8_t(int32_t(channels >= 3 ? p[2] : p[0]));
+        packed[i] = 0xff000000u | (r << 16) | (g << 8) | b;
     }
-    return image;
+    return QImage(reinterpret_cast<uchar*>(packed), in->width, in->height, in->width * 4, QImage::Format_RGB32,
+                  releaseSampleMemory, packed);
 }
 
 template bool flexImageFromQImage(QImage const&, FlexImage<float>*);

@@ -5,8 +5,10 @@
 #include <cstdint>
 #include <cstring>
 #include <type_traits>
+#include <utility>
 
 #include "core/GrowString.h"
+#include "core/SampleMemory.h"
 #include "imaging/Luminance.h"
 
 // Platform data tied to an image; deleted with it.
@@ -51,7 +53,7 @@ public:
     void clear()
     {
         if (ownsPixels)
-            delete[] pixels;
+            freeSampleMemory(pixels);
         pixels = nullptr;
         ownsPixels = true;
         width = height = 0;
@@ -64,15 +66,31 @@ public:
     void reshape(int32_t w, int32_t h, int32_t c)
     {
         if (ownsPixels)
-            delete[] pixels;
+            freeSampleMemory(pixels);
         pixels = nullptr;
         ownsPixels = true;
         channels = c < 1 ? 3 : c;
         width = w;
         height = h;
         if (w > 0 && h > 0)
-            pixels = new T[size_t(w) * size_t(h) * size_t(channels)];
+            pixels = allocateSamples<T>(size_t(w) * size_t(h) * size_t(channels));
         setOpaqueAlphaIfFloat();
+    }
+
+    // Exchanges pixels, shape and frame with other (no sample is copied).
+    void swapWith(FlexImage& other)
+    {
+        std::swap(pixels, other.pixels);
+        std::swap(width, other.width);
+        std::swap(height, other.height);
+        std::swap(channels, other.channels);
+        std::swap(ownsPixels, other.ownsPixels);
+        std::swap(marginLeft, other.marginLeft);
+        std::swap(marginRight, other.marginRight);
+        std::swap(marginTop, other.marginTop);
+        std::swap(marginBottom, other.marginBottom);
+        std::swap(scale, other.scale);
+        std::swap(attachment, other.attachment);
     }
 
     // Keeps the buffer when it already has the wanted size.
@@ -105,14 +123,14 @@ public:
         int32_t const wanted = copyChannels ? source.channels : (channels < 1 ? 3 : channels);
         if (!pixels || width != source.width || height != source.height || channels != wanted) {
             if (ownsPixels)
-                delete[] pixels;
+                freeSampleMemory(pixels);
             pixels = nullptr;
             ownsPixels = true;
             width = source.width;
             height = source.height;
             channels = wanted;
             if (width > 0 && height > 0)
-                pixels = new T[sampleCount()];
+                pixels = allocateSamples<T>(sampleCount());
         }
         if (pixels && source.pixels)
             copyPixels(source);

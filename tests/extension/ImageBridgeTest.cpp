@@ -46,12 +46,13 @@ TEST(ImageBridge, WayBackTruncatesAndWraps)
     std::copy(samples, samples + 6, in.pixels);
     QImage const image = QImageFromFlexImage(&in);
     ASSERT_EQ(image.width(), 2);
-    uchar const* row = image.constScanLine(0);
-    EXPECT_EQ(row[0], 255);
-    EXPECT_EQ(row[1], 0);
-    EXPECT_EQ(row[2], 0);
-    EXPECT_EQ(row[3], 255);
-    EXPECT_EQ(row[4], 1);
-    EXPECT_EQ(row[5], 127);
-    EXPECT_EQ(row[6], 255); // -1 wraps
+    QRgb const first = image.pixel(0, 0);
+    QRgb const second = image.pixel(1, 0);
+    EXPECT_EQ(qRed(first), 255);
+    EXPECT_EQ(qGreen(first), 0); // 256 wraps
+    EXPECT_EQ(qBlue(first), 0);
+    EXPECT_EQ(qRed(second), 1);
+    EXPECT_EQ(qGreen(second), 127);
+    EXPECT_EQ(qBlue(second), 255); // -1 wraps
+    EXPECT_EQ(qAlpha(second), 255);
 }
