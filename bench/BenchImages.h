@@ -1,6 +1,12 @@
 #pragma once
 
+#include <benchmark/benchmark.h>
+
+#include <cstring>
+#include <memory>
+
 #include "imaging/FlexImage.h"
+#include "mods/ImageMod.h"
 
 // A 24-megapixel float RGB image with a smooth, photo-like spread of values.
 inline FlexImage<float>* makeLargeImage(int width = 6000, int height = 4000)
@@ -15,4 +21,42 @@ inline FlexImage<float>* makeLargeImage(int width = 6000, int height = 4000)
         }
     }
     return image;
+}
+
+// One large image per benchmark program, made on first use.
+inline FlexImage<float>& sharedLargeImage()
+{
+    static std::unique_ptr<FlexImage<float>> image(makeLargeImage());
+    return *image;
+}
+
+// The memory-speed floor: a plain copy of the shared image into a buffer
+// whose pages are already touched.
+inline void BM_Copy(benchmark::State& state)
+{
+    FlexImage<float>& image = sharedLargeImage();
+    FlexImage<float> copy(image.width, image.height, 3);
+    std::memset(copy.pixels, 0, copy.sampleCount() * sizeof(float));
+    for (auto _ : state) {
+        std::memcpy(copy.pixels, image.pixels, image.sampleCount() * sizeof(float));
+        benchmark::ClobberMemory();
+    }
+    state.SetItemsProcessed(state.iterations() * int64_t(image.width) * image.height);
+}
+
+// One filter over a fresh copy of the shared image on this thread; the
+// copying is not timed.
+inline void applyOnOneThread(benchmark::State& state, ImageMod* mod)
+{
+    FlexImage<float>& source = sharedLargeImage();
+    FlexImage<float> image;
+    image.copyFromImage(source, true);
+    for (auto _ : state) {
+        state.PauseTiming();
+        std::memcpy(image.pixels, source.pixels, source.sampleCount() * sizeof(float));
+        state.ResumeTiming();
+        mod->applyMod(&image, nullptr);
+        benchmark::ClobberMemory();
+    }
+    state.SetItemsProcessed(state.iterations() * int64_t(image.width) * image.height);
 }

@@ -4,7 +4,6 @@
 // tests use), so that each filter does real work; choices stay as they are.
 #include <benchmark/benchmark.h>
 
-#include <cstring>
 #include <memory>
 #include <set>
 #include <string>
@@ -15,39 +14,13 @@
 
 namespace {
 
-FlexImage<float>& sharedImage()
-{
-    static std::unique_ptr<FlexImage<float>> image(makeLargeImage());
-    return *image;
-}
-
-void BM_Copy(benchmark::State& state)
-{
-    FlexImage<float>& image = sharedImage();
-    FlexImage<float> copy(image.width, image.height, 3);
-    std::memset(copy.pixels, 0, copy.sampleCount() * sizeof(float));
-    for (auto _ : state) {
-        std::memcpy(copy.pixels, image.pixels, image.sampleCount() * sizeof(float));
-        benchmark::ClobberMemory();
-    }
-}
-
 void BM_Filter(benchmark::State& state, ImageMod* prototype)
 {
     std::unique_ptr<ImageMod> mod(prototype->createCopy());
     for (int i = 0; i < mod->vars.count; ++i)
         if (!mod->vars[i]->choiceData())
             moveVariable(mod.get(), i);
-    FlexImage<float>& source = sharedImage();
-    FlexImage<float> image;
-    image.copyFromImage(source, true);
-    for (auto _ : state) {
-        state.PauseTiming();
-        std::memcpy(image.pixels, source.pixels, source.sampleCount() * sizeof(float));
-        state.ResumeTiming();
-        mod->applyMod(&image, nullptr);
-        benchmark::ClobberMemory();
-    }
+    applyOnOneThread(state, mod.get());
 }
 
 // The filters of the tone and spatial benchmarks are measured there.

@@ -2,7 +2,6 @@
 // renderer on all threads, beside a plain copy of the same image.
 #include <benchmark/benchmark.h>
 
-#include <cstring>
 #include <memory>
 
 #include "BenchImages.h"
@@ -11,22 +10,6 @@
 
 namespace {
 
-FlexImage<float>& sharedImage()
-{
-    static std::unique_ptr<FlexImage<float>> image(makeLargeImage());
-    return *image;
-}
-
-void BM_Copy(benchmark::State& state)
-{
-    FlexImage<float>& image = sharedImage();
-    FlexImage<float> copy(image.width, image.height, 3);
-    std::memset(copy.pixels, 0, copy.sampleCount() * sizeof(float));
-    for (auto _ : state) {
-        std::memcpy(copy.pixels, image.pixels, image.sampleCount() * sizeof(float));
-        benchmark::ClobberMemory();
-    }
-}
 BENCHMARK(BM_Copy)->Unit(benchmark::kMillisecond);
 
 // Renders one filter from the shared image into a separate output.
@@ -45,7 +28,7 @@ void BM_Spatial(benchmark::State& state, char const* name, float amount, int met
     ImageModderMulti renderer;
     renderer.keepCache = false;
     for (auto _ : state) {
-        renderer.applyMods(chain, &sharedImage(), &out);
+        renderer.applyMods(chain, &sharedLargeImage(), &out);
         benchmark::ClobberMemory();
     }
 }

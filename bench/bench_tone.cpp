@@ -2,7 +2,6 @@
 // plain copy of the same image (the memory-speed floor).
 #include <benchmark/benchmark.h>
 
-#include <cstring>
 #include <memory>
 
 #include "BenchImages.h"
@@ -10,28 +9,6 @@
 
 namespace {
 
-FlexImage<float>& sharedImage()
-{
-    static std::unique_ptr<FlexImage<float>> image(makeLargeImage());
-    return *image;
-}
-
-void reportPixels(benchmark::State& state, FlexImage<float> const& image)
-{
-    state.SetItemsProcessed(state.iterations() * int64_t(image.width) * image.height);
-}
-
-void BM_Copy(benchmark::State& state)
-{
-    FlexImage<float>& image = sharedImage();
-    FlexImage<float> copy(image.width, image.height, 3);
-    std::memset(copy.pixels, 0, copy.sampleCount() * sizeof(float)); // fault the pages in before timing
-    for (auto _ : state) {
-        std::memcpy(copy.pixels, image.pixels, image.sampleCount() * sizeof(float));
-        benchmark::ClobberMemory();
-    }
-    reportPixels(state, image);
-}
 BENCHMARK(BM_Copy)->Unit(benchmark::kMillisecond);
 
 void BM_ToneFilter(benchmark::State& state, char const* name, float amount)
@@ -40,17 +17,7 @@ void BM_ToneFilter(benchmark::State& state, char const* name, float amount)
     std::unique_ptr<ImageMod> mod(findPrototype(prototypes, name)->createCopy());
     deleteMods(prototypes);
     mod->setFloatVar(0, amount);
-    FlexImage<float>& source = sharedImage();
-    FlexImage<float> image;
-    image.copyFromImage(source, true);
-    for (auto _ : state) {
-        state.PauseTiming();
-        std::memcpy(image.pixels, source.pixels, source.sampleCount() * sizeof(float));
-        state.ResumeTiming();
-        mod->applyMod(&image, nullptr);
-        benchmark::ClobberMemory();
-    }
-    reportPixels(state, image);
+    applyOnOneThread(state, mod.get());
 }
 
 BENCHMARK_CAPTURE(BM_ToneFilter, Brightness, "Brightness", 1.3f)->Unit(benchmark::kMillisecond);
