@@ -88,6 +88,36 @@ int readOptions(QCommandLineParser const& parser, ApplyOptions* options)
     return ExitOk;
 }
 
+// Renders photo i of the batch and writes it; reports a failure against the
+// file it concerns (the photo when reading, the output when writing).
+bool renderOne(EditingSession& session, ApplyOptions const& options, int i, ProgressBar& progress)
+{
+    QString const& photo = options.photos[i];
+    QString const target = outputFor(options, photo);
+    QString const label = QFileInfo(photo).fileName();
+    int const total = options.photos.size();
+    if (isOneOf(target, options.photos)) {
+        reportError(target, "would write over an input photo; choose another output");
+        return false;
+    }
+    QString error;
+    progress.show(i, total, 0.0f, label);
+    if (!session.startWithPhoto(photo, 0, &error)) {
+        progress.clear();
+        reportError(photo, error);
+        return false;
+    }
+    auto const showProgress = [&](float done) { progress.show(i, total, done, label); };
+    if (!session.finish(target, options.quality, nullptr, &error, showProgress)) {
+        progress.clear();
+        reportError(target, error);
+        return false;
+    }
+    progress.clear();
+    QTextStream(stdout) << target << "\n";
+    return true;
+}
+
 } // namespace
 
 int runApply(QStringList const& args)
@@ -124,25 +154,8 @@ int runApply(QStringList const& args)
     bool allWritten = true;
     ProgressBar progress(options.photos.size());
     for (int i = 0; i < options.photos.size(); ++i) {
-        QString const& photo = options.photos[i];
-        QString const target = outputFor(options, photo);
-        QString const label = QFileInfo(photo).fileName();
-        QString error;
-        progress.show(i, options.photos.size(), 0.0f, label);
-        bool const written =
-            !isOneOf(target, options.photos) && session.startWithPhoto(photo, 0, &error) &&
-            session.finish(target, options.quality, nullptr, &error,
-                           [&](float done) { progress.show(i, options.photos.size(), done, label); });
-        progress.clear();
-        if (!written) {
-            if (error.isEmpty())
-                reportError(target, "would write over an input photo; choose another output");
-            else
-                reportError(error.startsWith("cannot write") || error.startsWith("folder") ? target : photo, error);
-            allWritten = false;
-            continue;
-        }
-        QTextStream(stdout) << target << "\n";
+        bool const written = renderOne(session, options, i, progress);
+        allWritten = allWritten && written;
     }
     return allWritten ? ExitOk : ExitFailed;
 }

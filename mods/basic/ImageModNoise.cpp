@@ -155,7 +155,7 @@ void ImageModNoise::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
     bool const additive = mode >= 2 && mode <= 4;
     float const strength = std::pow(amount * 0.01f, 1.4f);
     float const amplitude = (amount * 0.01f) * (amount * 0.01f) * 255.0f;
-    float const scale = hasFloatVar(1) ? floatVar(1) : 0.0f;
+    float const scale = floatVar(1); // a missing Scale reads 0: fineness 0.4
     GrainPlacement const at = placementFor(*image, info, scale, floatVar(2));
     int const channels = image->channels;
     for (int row = 0; row < image->height; ++row) {

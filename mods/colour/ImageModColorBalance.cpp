@@ -46,7 +46,7 @@ ImageModWhiteBalance::ImageModWhiteBalance(OVRGBColor white)
 template <typename T>
 void ImageModWhiteBalance::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
 {
-    float const a = hasFloatVar(0) ? floatVar(0) : 0.0f;
+    float const a = floatVar(0);
     if (a == 0.0f)
         return;
     OVRGBColor const k = colorVar(1);

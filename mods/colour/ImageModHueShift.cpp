@@ -39,8 +39,9 @@ ImageModHueCurve::ImageModHueCurve(char const* name, char const* displayName, ch
 template <typename T, typename Rule>
 void ImageModHueCurve::forEachHuePixel(FlexImage<T>* image, Rule rule) const
 {
+    float const a = floatVar(0);
     ToneCurve const* shared = curveVar(1);
-    if (!shared || image->channels < 3 || isFlatAtHalf(*shared))
+    if (a == 0.0f || !shared || image->channels < 3 || isFlatAtHalf(*shared))
         return;
     ToneCurve const curve = *shared;
     float const start = 360.0f - curve.hueOffset;
@@ -48,7 +49,7 @@ void ImageModHueCurve::forEachHuePixel(FlexImage<T>* image, Rule rule) const
         HSV const hsv = OVRGBColor::toHSVUnit(float(p[0]) * 0.003921569f, float(p[1]) * 0.003921569f,
                                               float(p[2]) * 0.003921569f);
         float const u = std::fmod(start + hsv.h, 360.0f) / 360.0f;
-        rule(p, hsv, curve.lookup(u));
+        rule(p, hsv, curve.lookup(u), a);
     });
 }
 
@@ -61,10 +62,7 @@ ImageModHueShift::ImageModHueShift(char const* curvePoints)
 template <typename T>
 void ImageModHueShift::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
 {
-    float const a = hasFloatVar(0) ? floatVar(0) : 0.0f;
-    if (a == 0.0f)
-        return;
-    forEachHuePixel(image, [a](T* p, HSV const& hsv, float c) {
+    forEachHuePixel(image, [](T* p, HSV const& hsv, float c, float a) {
         if (hsv.s == 0.0f) {
             p[0] = p[1] = p[2] = FlexImage<T>::storeSample(hsv.v * 255.0f);
             return;
@@ -83,10 +81,7 @@ ImageModHueBrightness::ImageModHueBrightness(char const* curvePoints)
 template <typename T>
 void ImageModHueBrightness::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
 {
-    float const a = hasFloatVar(0) ? floatVar(0) : 0.0f;
-    if (a == 0.0f)
-        return;
-    forEachHuePixel(image, [a](T* p, HSV const& hsv, float c) {
+    forEachHuePixel(image, [](T* p, HSV const& hsv, float c, float a) {
         float const k = (1.0f - std::fabs(2.0f * hsv.v - 1.0f)) * hsv.s * a;
         float const d = 2.0f * k * (c - 0.5f) * 255.0f;
         for (int ch = 0; ch < 3; ++ch)
@@ -105,11 +100,8 @@ ImageModSaturationCurve::ImageModSaturationCurve(char const* curvePoints, int ve
 template <typename T>
 void ImageModSaturationCurve::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
 {
-    float const a = hasFloatVar(0) ? floatVar(0) : 0.0f;
-    if (a == 0.0f)
-        return;
     if (version == 2) {
-        forEachHuePixel(image, [a](T* p, HSV const& hsv, float c) {
+        forEachHuePixel(image, [](T* p, HSV const& hsv, float c, float a) {
             if (hsv.s == 0.0f)
                 return;
             float const factor = 1.0f + (c - 0.5f) * 2.0f * a;
@@ -119,7 +111,7 @@ void ImageModSaturationCurve::templateMod(FlexImage<T>* image, ImageModChunkInfo
         });
         return;
     }
-    forEachHuePixel(image, [a](T* p, HSV const& hsv, float c) {
+    forEachHuePixel(image, [](T* p, HSV const& hsv, float c, float a) {
         if (hsv.s == 0.0f)
             return;
         float const s = std::fmin(1.0f, std::fmax(0.0f, hsv.s * (1.0f + (c - 0.5f) * 2.0f * a)));

@@ -9,9 +9,10 @@ class ImageModHueCurve : public ImageMod
 protected:
     ImageModHueCurve(char const* name, char const* displayName, char const* curvePoints, char const* text);
 
-    // Calls rule(p, hsv, c) for every pixel of an image with at least three
-    // channels, hsv being the pixel's hue (degrees), saturation and value
-    // (0..1) and c the curve at its hue.
+    // Calls rule(p, hsv, c, a) for every pixel of an image with at least
+    // three channels, hsv being the pixel's hue (degrees), saturation and
+    // value (0..1), c the curve at its hue and a the "Amount". Nothing is
+    // done at Amount 0 or with a curve at 0.5 everywhere.
     template <typename T, typename Rule>
     void forEachHuePixel(FlexImage<T>* image, Rule rule) const;
 };

@@ -17,7 +17,7 @@ ImageModSplitTone::ImageModSplitTone(float amount, OVRGBColor dark, OVRGBColor l
 template <typename T>
 void ImageModSplitTone::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
 {
-    if (!hasFloatVar(0) || floatVar(0) == 0.0f)
+    if (floatVar(0) == 0.0f)
         return;
     float const a = floatVar(0);
     OVRGBColor const darkColour = colorVar(1);

@@ -73,7 +73,7 @@ template <typename T>
 void ImageModComponentCurve::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
 {
     ToneCurve const* curve = curveVar(1);
-    if (!hasFloatVar(0) || floatVar(0) == 0.0f || !curve || curve->isIdentity())
+    if (floatVar(0) == 0.0f || !curve || curve->isIdentity())
         return;
     float const a = floatVar(0);
     bool changes[3];

@@ -35,10 +35,32 @@ void curveLightness(T* p, ToneCurve const& curve, float amount)
         p[c] = FlexImage<T>::storeSample(rgb[c] * 255.0f);
 }
 
-// The common opening: nothing to blend in, or an identity curve.
-bool curveIsNeutral(float amount, ToneCurve const* curve)
+// The rule of the three curve editors: "Amount" (variable 0) blends the
+// "Curve" (variable 1) in by the given method. Nothing to blend in, or an
+// identity curve, leaves the image untouched.
+template <typename T>
+void applyCurveByMethod(FlexImage<T>* image, ImageMod const& mod, int method)
 {
-    return amount == 0.0f || !curve || curve->isIdentity();
+    float const a = mod.floatVar(0);
+    ToneCurve const* curve = mod.curveVar(1);
+    if (a == 0.0f || !curve || curve->isIdentity())
+        return;
+    if (image->channels < 3 && method != ImageModToneCurve::Luminance)
+        method = ImageModToneCurve::PerChannel;
+    switch (method) {
+    case ImageModToneCurve::Luminance:
+        forEachPixel(image, [&](T* p, int channels) { curveLuminance(p, channels, *curve, a); });
+        break;
+    case ImageModToneCurve::Value:
+        forEachPixel(image, [&](T* p, int) { curveValue(p, *curve, a); });
+        break;
+    case ImageModToneCurve::Lightness:
+        forEachPixel(image, [&](T* p, int) { curveLightness(p, *curve, a); });
+        break;
+    default:
+        forEachPixel(image, [&](T* p, int channels) { curveEachColour(p, channels, *curve, a); });
+        break;
+    }
 }
 
 } // namespace
@@ -63,25 +85,7 @@ int ImageModToneCurve::method() const
 template <typename T>
 void ImageModToneCurve::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
 {
-    float const a = floatVar(0);
-    ToneCurve const* curve = curveVar(1);
-    if (curveIsNeutral(a, curve))
-        return;
-    int const m = image->channels >= 3 ? method() : (method() == Luminance ? Luminance : PerChannel);
-    switch (m) {
-    case Luminance:
-        forEachPixel(image, [&](T* p, int channels) { curveLuminance(p, channels, *curve, a); });
-        break;
-    case Value:
-        forEachPixel(image, [&](T* p, int) { curveValue(p, *curve, a); });
-        break;
-    case Lightness:
-        forEachPixel(image, [&](T* p, int) { curveLightness(p, *curve, a); });
-        break;
-    default:
-        forEachPixel(image, [&](T* p, int channels) { curveEachColour(p, channels, *curve, a); });
-        break;
-    }
+    applyCurveByMethod(image, *this, method());
 }
 
 ImageModLuminanceCurve::ImageModLuminanceCurve(float amount, char const* curvePoints)
@@ -98,11 +102,7 @@ ImageModLuminanceCurve::ImageModLuminanceCurve(float amount, char const* curvePo
 template <typename T>
 void ImageModLuminanceCurve::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
 {
-    float const a = floatVar(0);
-    ToneCurve const* curve = curveVar(1);
-    if (curveIsNeutral(a, curve))
-        return;
-    forEachPixel(image, [&](T* p, int channels) { curveLuminance(p, channels, *curve, a); });
+    applyCurveByMethod(image, *this, ImageModToneCurve::Luminance);
 }
 
 ImageModRGBCombinedCurve::ImageModRGBCombinedCurve(float amount, char const* curvePoints)
@@ -119,11 +119,7 @@ ImageModRGBCombinedCurve::ImageModRGBCombinedCurve(float amount, char const* cur
 template <typename T>
 void ImageModRGBCombinedCurve::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
 {
-    float const a = floatVar(0);
-    ToneCurve const* curve = curveVar(1);
-    if (curveIsNeutral(a, curve))
-        return;
-    forEachPixel(image, [&](T* p, int channels) { curveEachColour(p, channels, *curve, a); });
+    applyCurveByMethod(image, *this, ImageModToneCurve::PerChannel);
 }
 
 template void ImageModToneCurve::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);

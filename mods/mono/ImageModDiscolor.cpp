@@ -63,10 +63,10 @@ ImageModLightleak::ImageModLightleak(float amount)
 template <typename T>
 void ImageModLightleak::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
 {
-    float const a = hasFloatVar(0) ? floatVar(0) : 0.0f;
+    float const a = floatVar(0);
     if (a == 0.0f)
         return;
-    double const v = hasFloatVar(1) ? double(floatVar(1)) + 248.75 : 248.75;
+    double const v = double(floatVar(1)) + 248.75;
     OVRGBColor const leak(float(237.5 + 17.5 * std::cos(v * 0.08105308810215502)),
                           float(162.5 + 37.5 * std::cos(v * 0.06000441866188032)),
                           float(140.0 + 60.0 * std::cos(v * 0.033740705144660564)), 255.0f);
