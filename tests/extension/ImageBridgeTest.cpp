@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
 #include <QImage>
+#include <QTemporaryDir>
 
 #include "extension/ImageBridge.h"
+#include "extension/ImageFiles.h"
 
 TEST(ImageBridge, SixteenBitSamplesAreDividedBy257)
 {
@@ -55,4 +57,22 @@ TEST(ImageBridge, WayBackTruncatesAndWraps)
     EXPECT_EQ(qGreen(second), 127);
     EXPECT_EQ(qBlue(second), 255); // -1 wraps
     EXPECT_EQ(qAlpha(second), 255);
+}
+
+TEST(ImageBridge, SixteenBitFilesKeepTheirPrecision)
+{
+    // 16-bit PNG samples of 257 x 100 + 128 land between whole levels.
+    QTemporaryDir dir;
+    QImage deep(1, 1, QImage::Format_RGBX64);
+    deep.setPixelColor(0, 0, QColor::fromRgba64(257 * 100 + 128, 257 * 20, 65535));
+    QString const path = dir.filePath("deep.png");
+    QString error;
+    ASSERT_TRUE(writeImageFile(deep, path, "png", -1, &error)) << error.toStdString();
+    QImage read;
+    ASSERT_TRUE(readImageFile(path, defaultMaxMegapixels, &read, &error)) << error.toStdString();
+    FlexImage<float> out;
+    ASSERT_TRUE(flexImageFromQImage(read, &out));
+    EXPECT_NEAR(out.pixels[0], 100.0f + 128.0f / 257.0f, 1e-4);
+    EXPECT_EQ(out.pixels[1], 20.0f);
+    EXPECT_EQ(out.pixels[2], 255.0f);
 }

@@ -12,6 +12,7 @@
 #include "mods/basic/ImageModRadialBlur.h"
 #include "mods/basic/ImageModSharpen.h"
 #include "mods/basic/ImageModVignette.h"
+#include "support/PixelCheck.h"
 #include "support/TestImages.h"
 
 namespace {
@@ -28,11 +29,6 @@ bool identical(FlexImage<T> const& a, FlexImage<T> const& b)
 {
     return a.sampleCount() == b.sampleCount() &&
            std::memcmp(a.pixels, b.pixels, a.sampleCount() * sizeof(T)) == 0;
-}
-
-void setChoice(ImageMod& mod, int index, int selected)
-{
-    mod.vars[index]->choiceData()->selected = selected;
 }
 
 // A one-row image, 0 everywhere but one bright sample in the middle.
@@ -272,5 +268,32 @@ TEST(SpatialFilters, BlurWithAHaloWiderThanTheTileRendersLikeTheWholeImage)
         chain.add(&blur);
         renderer.applyMods(chain, &tiled, nullptr);
         EXPECT_TRUE(identical(whole, tiled)) << "method " << method;
+    }
+}
+
+TEST(SpatialFilters, VignetteOfRadiusZeroCoversTheWholePicture)
+{
+    // Every pixel but the exact centre lies beyond the ramp: full strength.
+    FlexImage<float> image(100, 50, 3);
+    fillWith(image, 128.0f);
+    ImageModVignette vignette(0.2f, 50.0f, 0.0f);
+    vignette.applyMod(&image, nullptr);
+    EXPECT_NEAR(image.pixelAt(0, 0)[0], 128.0f - 0.2f * 255.0f, 1e-3);
+    EXPECT_NEAR(image.pixelAt(51, 25)[2], 128.0f - 0.2f * 255.0f, 1e-3);
+    EXPECT_EQ(image.pixelAt(50, 25)[0], 128.0f);
+}
+
+TEST(SpatialFilters, DynamicsLeavesAFlatImageFlat)
+{
+    // On a flat image the surroundings equal the pixel: the Luminance method
+    // pivots on the pixel itself and changes nothing; Overlay at mid-grey has
+    // m = 0 and gives 255 - floor(2 x 127.5 x 127.5 / 255) = 128.
+    for (int method : {ImageModDynamics::Luminance, ImageModDynamics::Overlay}) {
+        FlexImage<float> image(40, 30, 3);
+        fillWith(image, method == ImageModDynamics::Overlay ? 127.5f : 90.0f);
+        ImageModDynamics dynamics(80.0f, 30.0f, method);
+        dynamics.applyMod(&image, nullptr);
+        float const expected = method == ImageModDynamics::Overlay ? 128.0f : 90.0f;
+        EXPECT_NEAR(image.pixelAt(20, 15)[1], expected, 0.01f) << "method " << method;
     }
 }

@@ -2,6 +2,7 @@
 
 #include "mods/colour/ImageModColorBalance.h"
 #include "mods/colour/ImageModColorFilter.h"
+#include "mods/colour/ImageModColorTemperature.h"
 #include "mods/colour/ImageModColorizeCurve.h"
 #include "mods/colour/ImageModHueShift.h"
 #include "mods/colour/ImageModRGBSwap.h"
@@ -113,4 +114,29 @@ TEST(ColourFilters, ColouringAppliesItsMethodAtTheCurvesStrength)
     // A curve at 0.5 everywhere halves the strength.
     ImageModColorizeCurve half("0 .5 1 .5", OVRGBColor(200.0f, 200.0f, 200.0f), 1.0f, 1);
     expectPixel(applyToPixel(half, grey), 150.0f, 150.0f, 150.0f, 1e-2f);
+}
+
+TEST(ColourFilters, ColourByToneAndTemperature)
+{
+    // Red in the shadows only: black takes its whole deviation from grey
+    // (+170, -85, -85), white none of it.
+    ImageModColorCorrector corrector(1.0f);
+    setColour(corrector, 1, OVRGBColor(255.0f, 0.0f, 0.0f));
+    expectPixel(applyToPixel(corrector, {0, 0, 0}), 170.0f, 0.0f, 0.0f);
+    expectPixel(applyToPixel(corrector, {255, 255, 255}), 255.0f, 255.0f, 255.0f);
+    float weights[3];
+    ImageModColorCorrector::toneWeights(0.5f, weights);
+    EXPECT_FLOAT_EQ(weights[0] + weights[1] + weights[2], 1.0f);
+    EXPECT_FLOAT_EQ(weights[1], 0.5f);
+
+    for (int method = 0; method < 4; ++method) {
+        ImageModColorTemperature warm(1.0f, 0.8f, method);
+        Pixel const warmed = applyToPixel(warm, grey);
+        EXPECT_GT(warmed[0], 100.0f) << "method " << method;
+        EXPECT_LT(warmed[2], 100.0f) << "method " << method;
+        ImageModColorTemperature cool(1.0f, -0.8f, method);
+        Pixel const cooled = applyToPixel(cool, grey);
+        EXPECT_LT(cooled[0], 100.0f) << "method " << method;
+        EXPECT_GT(cooled[2], 100.0f) << "method " << method;
+    }
 }

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include "mods/curves/ImageModExposureCurve.h"
 #include "mods/curves/ImageModHighlights.h"
 #include "mods/curves/ImageModLabCurves.h"
@@ -122,4 +124,22 @@ TEST(CurveFilters, LabRoundTripAndWhitePoint)
     EXPECT_NEAR(lab[0], 100.0f, 0.01f);
     EXPECT_NEAR(lab[1], 0.0f, 0.01f);
     EXPECT_NEAR(lab[2], 0.0f, 0.01f);
+}
+
+TEST(CurveFilters, LegacyExposureCurveDrainsColourWhenDarkening)
+{
+    // Curve at 0 with Amount 0.5: exposure 0.5, every channel squared on the
+    // unit scale; version 1 then pulls toward the darkened luminance by
+    // 1 - 0.5^0.4.
+    float const r = 255.0f * (200.0f / 255.0f) * (200.0f / 255.0f);
+    float const g = 255.0f * (100.0f / 255.0f) * (100.0f / 255.0f);
+    float const b = 255.0f * (50.0f / 255.0f) * (50.0f / 255.0f);
+    ImageModExposureCurve gamma(0.5f, "0 0 1 0");
+    expectPixel(applyToPixel(gamma, {200, 100, 50}), r, g, b, 1e-2f);
+    ImageModExposureCurve exposure(0.5f, "0 0 1 0");
+    exposure.setVersion(1);
+    float const kept = std::pow(0.5f, 0.4f);
+    float const Y = 0.299f * r + 0.587f * g + 0.114f * b;
+    expectPixel(applyToPixel(exposure, {200, 100, 50}), r * kept + Y * (1 - kept), g * kept + Y * (1 - kept),
+                b * kept + Y * (1 - kept), 2e-2f);
 }
