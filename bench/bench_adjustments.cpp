@@ -10,7 +10,7 @@
 
 #include "../tests/support/TestImages.h"
 #include "BenchImages.h"
-#include "mods/ImageModRegistry.h"
+#include "extension/ImageModRegistry.h"
 
 namespace {
 

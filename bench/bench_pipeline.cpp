@@ -17,7 +17,7 @@
 #include "extension/EditingSession.h"
 #include "extension/ImageBridge.h"
 #include "extension/ImageFiles.h"
-#include "mods/ImageModRegistry.h"
+#include "extension/ImageModRegistry.h"
 #include "mods/ImageModXML.h"
 #include "mods/ImageModderMulti.h"
 

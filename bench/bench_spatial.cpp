@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "BenchImages.h"
-#include "mods/ImageModRegistry.h"
+#include "extension/ImageModRegistry.h"
 #include "mods/ImageModderMulti.h"
 
 namespace {

@@ -5,7 +5,7 @@
 
 #include "extension/ImageBridge.h"
 #include "extension/ImageFiles.h"
-#include "mods/ImageModRegistry.h"
+#include "extension/ImageModRegistry.h"
 #include "mods/ImageModderMulti.h"
 
 EditingSession::EditingSession()

@@ -108,14 +108,6 @@ protected:
     void setAuxFloat(int index, float value);
     void setAuxCurve(int index, char const* curvePoints);
 
-    template <typename Mod>
-    static Mod* copyOf(Mod const& source)
-    {
-        Mod* copy = new Mod();
-        *copy = source;
-        return copy;
-    }
-
 private:
     static void deleteAll(GrowArray<ImageModVariable*>& list);
     static void copyAll(GrowArray<ImageModVariable*> const& from, GrowArray<ImageModVariable*>& to);

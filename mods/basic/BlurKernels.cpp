@@ -4,8 +4,8 @@
 #include <cmath>
 #include <vector>
 
-#include "mods/basic/Ramps.h"
-#include "mods/basic/SampleLoop.h"
+#include "mods/common/Ramps.h"
+#include "mods/common/SampleLoop.h"
 
 namespace {
 

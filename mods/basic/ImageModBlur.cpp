@@ -6,7 +6,7 @@
 #include "mods/basic/BlurKernels.h"
 
 ImageModBlur::ImageModBlur(float amount, float mix, int)
-    : ImageMod("Blur", "")
+    : ImageModTemplate("Blur", "")
 {
     addVar(ImageModVariable::makeFloat("Amount", amount, 0.0f, 100.0f));
     addVar(ImageModVariable::makeFloat("Mix", mix, 0.0f, 100.0f));
@@ -55,5 +55,4 @@ void ImageModBlur::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
         blendWithOriginal(image, original, mix);
 }
 
-template void ImageModBlur::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
-template void ImageModBlur::templateMod(FlexImage<float>*, ImageModChunkInfo*);
+INSTANTIATE_TEMPLATE_MOD(ImageModBlur);

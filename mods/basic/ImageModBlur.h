@@ -1,19 +1,16 @@
 #pragma once
 
-#include "mods/ImageMod.h"
+#include "mods/ImageModTemplate.h"
 
 // Blurs the whole picture with a Gaussian-like, box or disc kernel whose size
 // grows with the square of Amount, relative to the picture's larger side.
-class ImageModBlur : public ImageMod
+class ImageModBlur : public ImageModTemplate<ImageModBlur>
 {
 public:
     // The int is accepted for the sake of older callers and ignored: the
     // method always starts at "Gaussian".
     explicit ImageModBlur(float amount = 0.0f, float mix = 100.0f, int ignoredMethod = 0);
 
-    void applyMod(FlexImage<unsigned char>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    void applyMod(FlexImage<float>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    ImageMod* createCopy() const override { return copyOf(*this); }
     int getExtraPixelRadiusRequired(int width, int height, float scale) override;
 
     template <typename T>

@@ -1,9 +1,9 @@
 #include "mods/basic/ImageModBrightness.h"
 
-#include "mods/basic/SampleLoop.h"
+#include "mods/common/SampleLoop.h"
 
 ImageModBrightness::ImageModBrightness(float amount)
-    : ImageMod("Brightness", "")
+    : ImageModTemplate("Brightness", "")
 {
     addPercentVar("Amount", amount, 0.0f, 2.0f);
     setAuxFloat(0, 1.5f);
@@ -26,5 +26,4 @@ void ImageModBrightness::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
     forEachSample(image, [&curve](float c) { return curve.lookupChannel(c) * 255.0f; });
 }
 
-template void ImageModBrightness::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
-template void ImageModBrightness::templateMod(FlexImage<float>*, ImageModChunkInfo*);
+INSTANTIATE_TEMPLATE_MOD(ImageModBrightness);

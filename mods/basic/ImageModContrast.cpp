@@ -1,6 +1,6 @@
 #include "mods/basic/ImageModContrast.h"
 
-#include "mods/basic/SampleLoop.h"
+#include "mods/common/SampleLoop.h"
 
 ImageModContrast::ImageModContrast(float amount, float center)
     : ImageModContrast("Contrast", amount, center, "Contrast Origin",
@@ -11,7 +11,7 @@ ImageModContrast::ImageModContrast(float amount, float center)
 
 ImageModContrast::ImageModContrast(char const* name, float amount, float center, char const* centerName,
                                    char const* text)
-    : ImageMod(name, "")
+    : ImageModTemplate(name, "")
 {
     addPercentVar("Amount", amount, 0.0f, 2.0f);
     setAuxFloat(0, 1.5f);
@@ -31,5 +31,4 @@ void ImageModContrast::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
     forEachSample(image, [=](float c) { return curveAt(c, centre, k); });
 }
 
-template void ImageModContrast::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
-template void ImageModContrast::templateMod(FlexImage<float>*, ImageModChunkInfo*);
+INSTANTIATE_TEMPLATE_MOD(ImageModContrast);

@@ -2,18 +2,14 @@
 
 #include <cmath>
 
-#include "mods/ImageMod.h"
+#include "mods/ImageModTemplate.h"
 
 // A power curve about a centre value: the centre, 0 and 255 stay put; above
 // 1 values move away from the centre, below 1 toward it.
-class ImageModContrast : public ImageMod
+class ImageModContrast : public ImageModTemplate<ImageModContrast>
 {
 public:
     explicit ImageModContrast(float amount = 1.0f, float center = 127.5f);
-
-    void applyMod(FlexImage<unsigned char>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    void applyMod(FlexImage<float>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    ImageMod* createCopy() const override { return copyOf(*this); }
 
     template <typename T>
     void templateMod(FlexImage<T>* image, ImageModChunkInfo* info);

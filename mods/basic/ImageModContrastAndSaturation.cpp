@@ -4,7 +4,7 @@
 #include "mods/basic/ImageModSaturation.h"
 
 ImageModContrastAndSaturation::ImageModContrastAndSaturation()
-    : ImageMod("Contrast Saturation", "Contrast")
+    : ImageModTemplate("Contrast Saturation", "Contrast")
 {
     addPercentVar("Amount", 1.0f, 0.0f, 2.0f);
     setAuxFloat(0, 1.5f);
@@ -26,5 +26,4 @@ void ImageModContrastAndSaturation::templateMod(FlexImage<T>* image, ImageModChu
     saturation.templateMod(image, info);
 }
 
-template void ImageModContrastAndSaturation::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
-template void ImageModContrastAndSaturation::templateMod(FlexImage<float>*, ImageModChunkInfo*);
+INSTANTIATE_TEMPLATE_MOD(ImageModContrastAndSaturation);

@@ -5,7 +5,7 @@
 #include "imaging/Luminance.h"
 
 ImageModDynamics::ImageModDynamics(float amount, float radius, int method)
-    : ImageMod("Dynamics", "")
+    : ImageModTemplate("Dynamics", "")
 {
     addVar(ImageModVariable::makeFloat("Amount", amount, 0.0f, 100.0f));
     addVar(ImageModVariable::makeFloat("Radius", radius, 0.0f, 100.0f));
@@ -77,5 +77,4 @@ void ImageModDynamics::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
     }
 }
 
-template void ImageModDynamics::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
-template void ImageModDynamics::templateMod(FlexImage<float>*, ImageModChunkInfo*);
+INSTANTIATE_TEMPLATE_MOD(ImageModDynamics);

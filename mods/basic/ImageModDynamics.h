@@ -1,12 +1,12 @@
 #pragma once
 
-#include "mods/ImageMod.h"
+#include "mods/ImageModTemplate.h"
 #include "mods/basic/ImageModBlur.h"
 
 // Local tone adjustment: each pixel is pushed away from (Luminance) or
 // blended against (Overlay) the blurred brightness of its surroundings, so
 // that detail stands out in both shadows and highlights.
-class ImageModDynamics : public ImageMod
+class ImageModDynamics : public ImageModTemplate<ImageModDynamics>
 {
 public:
     enum Method { Overlay = 0, Luminance = 1 };
@@ -14,9 +14,6 @@ public:
     explicit ImageModDynamics(float amount = 0.0f, float radius = 50.0f, int method = Overlay);
     ImageModDynamics& operator=(ImageMod const& other) override;
 
-    void applyMod(FlexImage<unsigned char>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    void applyMod(FlexImage<float>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    ImageMod* createCopy() const override { return copyOf(*this); }
     int getExtraPixelRadiusRequired(int width, int height, float scale) override;
     void notifyVarChanged(int index) override;
 

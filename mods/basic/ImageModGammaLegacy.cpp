@@ -2,11 +2,11 @@
 
 #include <cmath>
 
-#include "mods/basic/ImageModExposure.h"
-#include "mods/basic/SampleLoop.h"
+#include "mods/common/ExposureRules.h"
+#include "mods/common/SampleLoop.h"
 
 ImageModGammaLegacy::ImageModGammaLegacy(float amount)
-    : ImageMod("Gamma", "Exposure")
+    : ImageModTemplate("Gamma", "Exposure")
 {
     addPercentVar("Amount", amount, 0.0f, 2.0f);
     setAuxFloat(0, 1.5f);
@@ -26,11 +26,10 @@ void ImageModGammaLegacy::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
         forEachSample(image, [=](float c) { return 255.0f * std::pow(c / 255.0f, power); });
     } else if (a > 1.0f) {
         // Black is lifted to 0.05 first, so it brightens too.
-        forEachSample(image, [=](float c) { return ImageModExposure::brighten(c > 0.05f ? c : 0.05f, a); });
+        forEachSample(image, [=](float c) { return exposureRules::brighten(c > 0.05f ? c : 0.05f, a); });
     } else {
-        forEachSample(image, [=](float c) { return ImageModExposure::darken(c, a); });
+        forEachSample(image, [=](float c) { return exposureRules::darken(c, a); });
     }
 }
 
-template void ImageModGammaLegacy::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
-template void ImageModGammaLegacy::templateMod(FlexImage<float>*, ImageModChunkInfo*);
+INSTANTIATE_TEMPLATE_MOD(ImageModGammaLegacy);

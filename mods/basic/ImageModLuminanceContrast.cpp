@@ -1,9 +1,9 @@
 #include "mods/basic/ImageModLuminanceContrast.h"
 
-#include "mods/basic/SampleLoop.h"
+#include "mods/common/SampleLoop.h"
 
 ImageModLuminanceContrast::ImageModLuminanceContrast(float amount, float center)
-    : ImageModContrast("Luminance Contrast", amount, center, "Contrast Origin",
+    : ImageModTemplate("Luminance Contrast", amount, center, "Contrast Origin",
                        "Adjust contrast based on luminance, which preserves saturation. The Contrast Origin slider "
                        "determines the brightness value from which the contrast emanates.")
 {
@@ -23,5 +23,4 @@ void ImageModLuminanceContrast::templateMod(FlexImage<T>* image, ImageModChunkIn
     });
 }
 
-template void ImageModLuminanceContrast::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
-template void ImageModLuminanceContrast::templateMod(FlexImage<float>*, ImageModChunkInfo*);
+INSTANTIATE_TEMPLATE_MOD(ImageModLuminanceContrast);

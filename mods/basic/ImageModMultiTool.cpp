@@ -6,7 +6,7 @@
 #include "mods/basic/ImageModSaturation.h"
 
 ImageModMultiTool::ImageModMultiTool(int version)
-    : ImageMod("Multi Tool", "")
+    : ImageModTemplate("Multi Tool", "")
 {
     for (char const* slider : {"Exposure", "Contrast", "Saturation"}) {
         addPercentVar(slider, 50.0f, 0.0f, 100.0f);
@@ -36,5 +36,4 @@ void ImageModMultiTool::templateMod(FlexImage<T>* image, ImageModChunkInfo* info
     saturationStep.templateMod(image, info);
 }
 
-template void ImageModMultiTool::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
-template void ImageModMultiTool::templateMod(FlexImage<float>*, ImageModChunkInfo*);
+INSTANTIATE_TEMPLATE_MOD(ImageModMultiTool);

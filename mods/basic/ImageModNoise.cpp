@@ -1,22 +1,12 @@
 #include "mods/basic/ImageModNoise.h"
 
 #include <cmath>
-#include <mutex>
 
 #include "imaging/Luminance.h"
-#include "mods/basic/SampleLoop.h"
+#include "mods/common/SampleLoop.h"
+#include "mods/common/ValueNoise.h"
 
 namespace {
-
-constexpr int cosineTableSize = 1000;
-float cosineTable[cosineTableSize];
-std::once_flag cosineTableFilled;
-
-void fillCosineTable()
-{
-    for (int i = 0; i < cosineTableSize; ++i)
-        cosineTable[i] = float(std::cos(i * 0.001 * M_PI));
-}
 
 // Where the grain field lies: the distance between pixels in noise space, the
 // sideways shift, and the tile's place in the picture. Positions are computed
@@ -69,7 +59,7 @@ void addAdditiveGrain(T* p, int channels, int mode, double x, double y, float am
     float fields[3];
     int const fieldCount = mode == 2 ? 1 : 3;
     for (int f = 0; f < fieldCount; ++f)
-        fields[f] = ImageModNoise::grainAt(x * channelFrequency[f], y * channelFrequency[f]);
+        fields[f] = valueNoise::grainAt(x * channelFrequency[f], y * channelFrequency[f]);
     float grain[3];
     if (mode == 2) {
         grain[0] = grain[1] = grain[2] = fields[0];
@@ -93,7 +83,7 @@ void addAdditiveGrain(T* p, int channels, int mode, double x, double y, float am
 } // namespace
 
 ImageModNoise::ImageModNoise(float amount, float scale, float offset, int)
-    : ImageMod("Noise", "Grain")
+    : ImageModTemplate("Noise", "Grain")
 {
     addVar(ImageModVariable::makeFloat("Amount", amount, 0.0f, 100.0f));
     addVar(ImageModVariable::makeFloat("Scale", scale, 0.0f, 100.0f));
@@ -110,40 +100,6 @@ int ImageModNoise::grainMode() const
     return version;
 }
 
-float ImageModNoise::cosineWeight(float t)
-{
-    std::call_once(cosineTableFilled, fillCosineTable);
-    int const index = t > 1.0f ? cosineTableSize - 1 : int((t < 0.0f ? 0.0f : t) * 999.9f);
-    return (1.0f - cosineTable[index]) * 0.5f;
-}
-
-float ImageModNoise::latticeValue(int32_t i, int32_t j)
-{
-    // Wrapping 32-bit arithmetic, done unsigned to keep it defined.
-    uint32_t h = uint32_t(i) + uint32_t(j) * 2939u;
-    h = (h << 13) ^ h;
-    uint32_t const mixed = (h * (h * h * 60493u + 19990303u) + 1376312589u) & 0x7fffffffu;
-    return 1.0f - float(double(mixed) * 9.313225746154785e-10);
-}
-
-float ImageModNoise::valueNoise(double x, double y)
-{
-    double const fx = std::floor(x);
-    double const fy = std::floor(y);
-    int32_t const ix = int32_t(int64_t(fx));
-    int32_t const iy = int32_t(int64_t(fy));
-    float const wx = cosineWeight(float(x - fx));
-    float const wy = cosineWeight(float(y - fy));
-    float const top = latticeValue(ix, iy) * (1.0f - wx) + latticeValue(ix + 1, iy) * wx;
-    float const bottom = latticeValue(ix, iy + 1) * (1.0f - wx) + latticeValue(ix + 1, iy + 1) * wx;
-    return top * (1.0f - wy) + bottom * wy;
-}
-
-float ImageModNoise::grainAt(double x, double y)
-{
-    float const n = valueNoise(x, y) + 0.6f * valueNoise(1.33 * x, 1.33 * y);
-    return n < -1.0f ? -1.0f : (n > 1.0f ? 1.0f : n);
-}
 
 template <typename T>
 void ImageModNoise::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
@@ -166,10 +122,9 @@ void ImageModNoise::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
             if (additive)
                 addAdditiveGrain(p, channels, mode, x, y, amplitude);
             else
-                addLuminanceGrain(p, channels, grainAt(x, y), strength);
+                addLuminanceGrain(p, channels, valueNoise::grainAt(x, y), strength);
         }
     }
 }
 
-template void ImageModNoise::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
-template void ImageModNoise::templateMod(FlexImage<float>*, ImageModChunkInfo*);
+INSTANTIATE_TEMPLATE_MOD(ImageModNoise);

@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "mods/basic/BlurKernels.h"
-#include "mods/basic/Ramps.h"
-#include "mods/basic/SampleLoop.h"
+#include "mods/common/Ramps.h"
+#include "mods/common/SampleLoop.h"
 
 namespace {
 
@@ -121,7 +121,7 @@ void variableCircle(FlexImage<T> const& source, FlexImage<T>& dest, std::vector<
 } // namespace
 
 ImageModRadialBlur::ImageModRadialBlur(float amount, float falloff, float radius, int method)
-    : ImageMod("Radial Blur", "Circular Blur")
+    : ImageModTemplate("Radial Blur", "Circular Blur")
 {
     addPercentVar("Amount", amount, 0.0f, 1.0f);
     addVar(ImageModVariable::makeFloat("Falloff", falloff, 0.0f, 100.0f));
@@ -168,5 +168,4 @@ void ImageModRadialBlur::templateMod(FlexImage<T>* image, ImageModChunkInfo* inf
     variablePass(source, *image, radii, kernels, false);
 }
 
-template void ImageModRadialBlur::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
-template void ImageModRadialBlur::templateMod(FlexImage<float>*, ImageModChunkInfo*);
+INSTANTIATE_TEMPLATE_MOD(ImageModRadialBlur);

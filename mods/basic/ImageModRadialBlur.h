@@ -1,18 +1,15 @@
 #pragma once
 
-#include "mods/ImageMod.h"
+#include "mods/ImageModTemplate.h"
 
 // A blur that is absent in the middle of the picture and grows toward the
 // edges ("Circular Blur"): each pixel is blurred with its own radius, taken
 // from a ramp over its distance to the picture's centre.
-class ImageModRadialBlur : public ImageMod
+class ImageModRadialBlur : public ImageModTemplate<ImageModRadialBlur>
 {
 public:
     explicit ImageModRadialBlur(float amount = 0.0f, float falloff = 50.0f, float radius = 1.0f, int method = 0);
 
-    void applyMod(FlexImage<unsigned char>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    void applyMod(FlexImage<float>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    ImageMod* createCopy() const override { return copyOf(*this); }
     int getExtraPixelRadiusRequired(int width, int height, float scale) override;
 
     template <typename T>

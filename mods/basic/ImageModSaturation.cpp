@@ -2,10 +2,11 @@
 
 #include <cmath>
 
-#include "mods/basic/SampleLoop.h"
+#include "mods/common/SampleLoop.h"
+#include "mods/common/SaturationRules.h"
 
 ImageModSaturation::ImageModSaturation(float amount, int version)
-    : ImageMod("Saturation", "")
+    : ImageModTemplate("Saturation", "")
 {
     addPercentVar("Amount", amount, 0.0f, 2.0f);
     setAuxFloat(0, 1.5f);
@@ -14,21 +15,13 @@ ImageModSaturation::ImageModSaturation(float amount, int version)
     setDefaultVarsToCurrent();
 }
 
-double ImageModSaturation::factorFor(float amount)
-{
-    double a = amount > 1.99999f ? 1.99999f : amount;
-    if (a > 1.0)
-        a = 1.0 / (2.0 - a);
-    return a;
-}
-
 template <typename T>
 void ImageModSaturation::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
 {
     float const amount = floatVar(0);
     if (amount == 1.0f)
         return;
-    float const a = float(factorFor(amount));
+    float const a = float(saturationFactor(amount));
     if (version != 2) {
         forEachPixel(image, [=](T* p, int channels) {
             float const grey = float(pixelLuminance(p, channels));
@@ -47,5 +40,4 @@ void ImageModSaturation::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
     });
 }
 
-template void ImageModSaturation::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
-template void ImageModSaturation::templateMod(FlexImage<float>*, ImageModChunkInfo*);
+INSTANTIATE_TEMPLATE_MOD(ImageModSaturation);

@@ -2,10 +2,10 @@
 
 #include <vector>
 
-#include "mods/basic/SampleLoop.h"
+#include "mods/common/SampleLoop.h"
 
 ImageModSharpen::ImageModSharpen(float amount)
-    : ImageMod("Sharpen", "")
+    : ImageModTemplate("Sharpen", "")
 {
     addVar(ImageModVariable::makeFloat("Amount", amount, 0.0f, 100.0f));
     description = "Sharpen the image using the specified amount.";
@@ -48,5 +48,4 @@ void ImageModSharpen::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
     }
 }
 
-template void ImageModSharpen::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
-template void ImageModSharpen::templateMod(FlexImage<float>*, ImageModChunkInfo*);
+INSTANTIATE_TEMPLATE_MOD(ImageModSharpen);

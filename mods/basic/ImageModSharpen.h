@@ -2,18 +2,15 @@
 
 #include <cmath>
 
-#include "mods/ImageMod.h"
+#include "mods/ImageModTemplate.h"
 
 // Adds a high-pass of the picture back to it. The high-pass reaches half a
 // pixel of the full-size picture, so its kernel widens at reduced scales.
-class ImageModSharpen : public ImageMod
+class ImageModSharpen : public ImageModTemplate<ImageModSharpen>
 {
 public:
     explicit ImageModSharpen(float amount = 0.0f);
 
-    void applyMod(FlexImage<unsigned char>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    void applyMod(FlexImage<float>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    ImageMod* createCopy() const override { return copyOf(*this); }
     int getExtraPixelRadiusRequired(int width, int height, float scale) override;
 
     template <typename T>

@@ -2,11 +2,11 @@
 
 #include <cmath>
 
-#include "mods/basic/Ramps.h"
-#include "mods/basic/SampleLoop.h"
+#include "mods/common/Ramps.h"
+#include "mods/common/SampleLoop.h"
 
 ImageModVignette::ImageModVignette(float amount, float sharpness, float radius)
-    : ImageMod("Vignette", "")
+    : ImageModTemplate("Vignette", "")
 {
     addPercentVar("Amount", amount, -1.0f, 1.0f, -100.0f, 100.0f);
     addVar(ImageModVariable::makeFloat("Sharpness", sharpness, 0.0f, 100.0f))->setDisplayName("Falloff");
@@ -43,5 +43,4 @@ void ImageModVignette::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
     }
 }
 
-template void ImageModVignette::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
-template void ImageModVignette::templateMod(FlexImage<float>*, ImageModChunkInfo*);
+INSTANTIATE_TEMPLATE_MOD(ImageModVignette);

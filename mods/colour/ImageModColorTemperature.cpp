@@ -2,8 +2,8 @@
 
 #include <cmath>
 
-#include "mods/basic/SampleLoop.h"
-#include "mods/colour/ColourRules.h"
+#include "mods/common/SampleLoop.h"
+#include "mods/common/ColourRules.h"
 
 namespace {
 
@@ -18,7 +18,7 @@ void temperatureCurves(float* rgb, float t)
 } // namespace
 
 ImageModColorTemperature::ImageModColorTemperature(float amount, float temperature, int method)
-    : ImageMod("Colorize Temperature", "Temperature")
+    : ImageModTemplate("Colorize Temperature", "Temperature")
 {
     addPercentVar("Amount", amount, 0.0f, 1.0f);
     setAuxFloat(0, 0.2f);
@@ -69,5 +69,4 @@ void ImageModColorTemperature::templateMod(FlexImage<T>* image, ImageModChunkInf
     });
 }
 
-template void ImageModColorTemperature::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
-template void ImageModColorTemperature::templateMod(FlexImage<float>*, ImageModChunkInfo*);
+INSTANTIATE_TEMPLATE_MOD(ImageModColorTemperature);

@@ -1,19 +1,15 @@
 #pragma once
 
-#include "mods/ImageMod.h"
+#include "mods/ImageModTemplate.h"
 
 // Warms (positive Temp) or cools (negative) the picture by one of four
 // methods, with a strength the curve sets over luminance.
-class ImageModColorTemperature : public ImageMod
+class ImageModColorTemperature : public ImageModTemplate<ImageModColorTemperature>
 {
 public:
     enum Method { ByColorize, ByColorBalance, ByRGBCurves, ByRGBCurvesKeepingLuminance };
 
     explicit ImageModColorTemperature(float amount = 0.0f, float temperature = 0.5f, int method = ByColorize);
-
-    void applyMod(FlexImage<unsigned char>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    void applyMod(FlexImage<float>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    ImageMod* createCopy() const override { return copyOf(*this); }
 
     template <typename T>
     void templateMod(FlexImage<T>* image, ImageModChunkInfo* info);

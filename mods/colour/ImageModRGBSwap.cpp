@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
-#include "mods/basic/SampleLoop.h"
+#include "mods/common/SampleLoop.h"
 
 ImageModRGBSwap::ImageModRGBSwap()
-    : ImageMod("RGB Swap", "")
+    : ImageModTemplate("RGB Swap", "")
 {
     addColorVar("Red", OVRGBColor(255.0f, 0.0f, 0.0f));
     addColorVar("Green", OVRGBColor(0.0f, 255.0f, 0.0f));
@@ -43,5 +43,4 @@ void ImageModRGBSwap::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
     });
 }
 
-template void ImageModRGBSwap::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
-template void ImageModRGBSwap::templateMod(FlexImage<float>*, ImageModChunkInfo*);
+INSTANTIATE_TEMPLATE_MOD(ImageModRGBSwap);

@@ -2,12 +2,12 @@
 
 #include <cmath>
 
-#include "mods/basic/ImageModSaturation.h"
-#include "mods/basic/Ramps.h"
-#include "mods/basic/SampleLoop.h"
+#include "mods/common/Ramps.h"
+#include "mods/common/SampleLoop.h"
+#include "mods/common/SaturationRules.h"
 
 ImageModSelectiveColor::ImageModSelectiveColor(OVRGBColor colour, float tolerance, float saturation)
-    : ImageMod("Selective Saturation", "")
+    : ImageModTemplate("Selective Saturation", "")
 {
     addColorVar("Color", colour);
     addPercentVar("Tolerance", tolerance, 0.0f, 100.0f);
@@ -36,7 +36,7 @@ void ImageModSelectiveColor::templateMod(FlexImage<T>* image, ImageModChunkInfo*
     float hue, s, v;
     colour.getAsHSV(&hue, &s, &v);
     float const tolerance = floatVar(1) * 1.8f;
-    float const k = float(ImageModSaturation::factorFor(floatVar(2)));
+    float const k = float(saturationFactor(floatVar(2)));
     forEachPixel(image, [&](T* p, int channels) {
         float dh = std::fabs(OVRGBColor::toHSV(float(p[0]), float(p[1]), float(p[2])).h - hue);
         if (dh > 180.0f)
@@ -51,5 +51,4 @@ void ImageModSelectiveColor::templateMod(FlexImage<T>* image, ImageModChunkInfo*
     });
 }
 
-template void ImageModSelectiveColor::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
-template void ImageModSelectiveColor::templateMod(FlexImage<float>*, ImageModChunkInfo*);
+INSTANTIATE_TEMPLATE_MOD(ImageModSelectiveColor);

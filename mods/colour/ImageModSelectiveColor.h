@@ -1,18 +1,14 @@
 #pragma once
 
-#include "mods/ImageMod.h"
+#include "mods/ImageModTemplate.h"
 
 // Changes the saturation of one hue only, fading out smoothly over half the
 // tolerance beyond it.
-class ImageModSelectiveColor : public ImageMod
+class ImageModSelectiveColor : public ImageModTemplate<ImageModSelectiveColor>
 {
 public:
     explicit ImageModSelectiveColor(OVRGBColor colour = OVRGBColor(255.0f, 0.0f, 0.0f), float tolerance = 20.0f,
                                     float saturation = 0.3f);
-
-    void applyMod(FlexImage<unsigned char>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    void applyMod(FlexImage<float>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    ImageMod* createCopy() const override { return copyOf(*this); }
 
     template <typename T>
     void templateMod(FlexImage<T>* image, ImageModChunkInfo* info);

@@ -1,10 +1,10 @@
 #include "mods/curves/ImageModExposureCurve.h"
 
-#include "mods/basic/ImageModExposure.h"
-#include "mods/basic/SampleLoop.h"
+#include "mods/common/ExposureRules.h"
+#include "mods/common/SampleLoop.h"
 
 ImageModExposureCurve::ImageModExposureCurve(float amount, char const* curvePoints)
-    : ImageMod("Exposure Curve", "")
+    : ImageModTemplate("Exposure Curve", "")
 {
     addPercentVar("Amount", amount, 0.0f, 1.0f);
     setAuxFloat(0, 1.0f);
@@ -48,15 +48,14 @@ void ImageModExposureCurve::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
         int const colours = channels < 3 ? channels : 3;
         if (e > 1.0f) {
             for (int c = 0; c < colours; ++c)
-                p[c] = FlexImage<T>::storeSample(ImageModExposure::brighten(std::fmax(float(p[c]), 0.05f), e));
+                p[c] = FlexImage<T>::storeSample(exposureRules::brighten(std::fmax(float(p[c]), 0.05f), e));
         } else if (drainColour) {
-            ImageModExposure::darkenPixel(p, colours, e, ImageModExposure::colourKeptWhenDarkening(e));
+            exposureRules::darkenPixel(p, colours, e, exposureRules::colourKeptWhenDarkening(e));
         } else {
             for (int c = 0; c < colours; ++c)
-                p[c] = FlexImage<T>::storeSample(ImageModExposure::darken(float(p[c]), e));
+                p[c] = FlexImage<T>::storeSample(exposureRules::darken(float(p[c]), e));
         }
     });
 }
 
-template void ImageModExposureCurve::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
-template void ImageModExposureCurve::templateMod(FlexImage<float>*, ImageModChunkInfo*);
+INSTANTIATE_TEMPLATE_MOD(ImageModExposureCurve);

@@ -1,19 +1,16 @@
 #pragma once
 
-#include "mods/ImageMod.h"
+#include "mods/ImageModTemplate.h"
 
 // A "horizontal" curve: for each input luminance the curve gives an exposure
 // setting, 0.5 being neutral. Version 2 ("Gamma Curve") applies the plain
 // power curves; other versions ("Exposure Curve") also drain colour from
 // pixels they darken, as underexposed film does.
-class ImageModExposureCurve : public ImageMod
+class ImageModExposureCurve : public ImageModTemplate<ImageModExposureCurve>
 {
 public:
     explicit ImageModExposureCurve(float amount = 1.0f, char const* curvePoints = "0 .5 1 .5");
 
-    void applyMod(FlexImage<unsigned char>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    void applyMod(FlexImage<float>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    ImageMod* createCopy() const override { return copyOf(*this); }
     void setVersion(int v) override;
 
     template <typename T>

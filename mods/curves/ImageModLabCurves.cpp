@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "mods/basic/SampleLoop.h"
+#include "mods/common/SampleLoop.h"
 
 namespace {
 
@@ -60,7 +60,7 @@ void ImageModLabCurves::labToRgb(float const* lab, float* rgb)
 }
 
 ImageModLabCurves::ImageModLabCurves(char const* lightness, char const* a, char const* b)
-    : ImageMod("Lab Curves", "L,a,b Curves")
+    : ImageModTemplate("Lab Curves", "L,a,b Curves")
 {
     addCurveVar("L", lightness);
     addCurveVar("a", a);
@@ -97,5 +97,4 @@ void ImageModLabCurves::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
     });
 }
 
-template void ImageModLabCurves::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
-template void ImageModLabCurves::templateMod(FlexImage<float>*, ImageModChunkInfo*);
+INSTANTIATE_TEMPLATE_MOD(ImageModLabCurves);

@@ -1,19 +1,15 @@
 #pragma once
 
-#include "mods/ImageMod.h"
+#include "mods/ImageModTemplate.h"
 
 // Curves on lightness and on the two colour-opponent axes of Lab: the L curve
 // changes tone without shifting colour, the a and b curves move colours along
 // green-magenta and blue-yellow.
-class ImageModLabCurves : public ImageMod
+class ImageModLabCurves : public ImageModTemplate<ImageModLabCurves>
 {
 public:
     explicit ImageModLabCurves(char const* lightness = "0 0 1 1", char const* a = "0 0 1 1",
                                char const* b = "0 0 1 1");
-
-    void applyMod(FlexImage<unsigned char>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    void applyMod(FlexImage<float>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    ImageMod* createCopy() const override { return copyOf(*this); }
 
     template <typename T>
     void templateMod(FlexImage<T>* image, ImageModChunkInfo* info);

@@ -1,11 +1,11 @@
 #include "mods/mono/ImageModFilteredBW.h"
 
 #include "imaging/OVRGBColor.h"
-#include "mods/basic/SampleLoop.h"
-#include "mods/mono/ImageModChannelMixer.h"
+#include "mods/common/SampleLoop.h"
+#include "mods/mono/ChannelMixerFilters.h"
 
 ImageModFilteredBW::ImageModFilteredBW(float amount, float hue)
-    : ImageMod("Filtered B+W", "")
+    : ImageModTemplate("Filtered B+W", "")
 {
     addPercentVar("Amount", amount, 0.0f, 100.0f);
     addVar(ImageModVariable::makeFloat("Hue", hue, 0.0f, 360.0f))->setDisplayName("Filter Hue");
@@ -40,5 +40,4 @@ void ImageModFilteredBW::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
     });
 }
 
-template void ImageModFilteredBW::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
-template void ImageModFilteredBW::templateMod(FlexImage<float>*, ImageModChunkInfo*);
+INSTANTIATE_TEMPLATE_MOD(ImageModFilteredBW);

@@ -1,18 +1,14 @@
 #pragma once
 
-#include "mods/ImageMod.h"
+#include "mods/ImageModTemplate.h"
 
 // Black and white through a coloured lens filter: hues near "Filter Hue"
 // come out lighter, their complements darker. Amount blends from a plain
 // luminance grey to the filtered grey.
-class ImageModFilteredBW : public ImageMod
+class ImageModFilteredBW : public ImageModTemplate<ImageModFilteredBW>
 {
 public:
     explicit ImageModFilteredBW(float amount = 100.0f, float hue = 180.0f);
-
-    void applyMod(FlexImage<unsigned char>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    void applyMod(FlexImage<float>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    ImageMod* createCopy() const override { return copyOf(*this); }
 
     template <typename T>
     void templateMod(FlexImage<T>* image, ImageModChunkInfo* info);

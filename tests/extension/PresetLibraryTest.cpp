@@ -9,7 +9,7 @@
 
 #include "core/XmlNode.h"
 #include "extension/PresetLibrary.h"
-#include "mods/ImageModRegistry.h"
+#include "extension/ImageModRegistry.h"
 #include "mods/ImageModXML.h"
 #include "support/TestImages.h"
 

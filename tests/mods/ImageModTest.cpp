@@ -4,23 +4,21 @@
 
 #include "mods/ImageModCompound.h"
 #include "mods/ImageModStyle.h"
+#include "mods/ImageModTemplate.h"
 #include "mods/basic/ImageModBrightness.h"
 #include "mods/basic/ImageModContrast.h"
 
 namespace {
 
 // Adds a constant to every sample: easy to reason about in blends.
-class AddConstant : public ImageMod
+class AddConstant : public ImageModTemplate<AddConstant>
 {
 public:
-    explicit AddConstant(float amount = 100.0f) : ImageMod("Add Constant", "")
+    explicit AddConstant(float amount = 100.0f) : ImageModTemplate("Add Constant", "")
     {
         addVar(ImageModVariable::makeFloat("Amount", amount, -255.0f, 255.0f));
         setDefaultVarsToCurrent();
     }
-    void applyMod(FlexImage<unsigned char>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    void applyMod(FlexImage<float>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    ImageMod* createCopy() const override { return copyOf(*this); }
     int getExtraPixelRadiusRequired(int, int, float) override { return int(floatVar(0)); }
 
     template <typename T>

@@ -5,7 +5,7 @@
 
 #include "core/XmlNode.h"
 #include "mods/ImageModCompound.h"
-#include "mods/ImageModRegistry.h"
+#include "extension/ImageModRegistry.h"
 #include "mods/ImageModXML.h"
 
 namespace {

@@ -10,7 +10,7 @@
 
 #include "core/ParallelDispatch.h"
 #include "mods/ImageModCompound.h"
-#include "mods/ImageModRegistry.h"
+#include "extension/ImageModRegistry.h"
 #include "mods/ImageModderMulti.h"
 #include "mods/basic/ImageModBrightness.h"
 #include "mods/basic/ImageModContrast.h"
@@ -20,16 +20,15 @@
 namespace {
 
 // Sleeps on every tile so that a render lasts long enough to be cancelled.
-class SlowFilter : public ImageModBrightness
+class SlowFilter : public ImageModTemplate<SlowFilter, ImageModBrightness>
 {
 public:
-    SlowFilter() : ImageModBrightness(1.2f) {}
+    SlowFilter() : ImageModTemplate(1.2f) {}
     void applyMod(FlexImage<float>* image, ImageModChunkInfo* info) override
     {
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
         ImageModBrightness::applyMod(image, info);
     }
-    ImageMod* createCopy() const override { return copyOf(*this); }
 };
 
 template <typename T>

@@ -5,7 +5,7 @@
 #include <memory>
 #include <vector>
 
-#include "mods/ImageModRegistry.h"
+#include "extension/ImageModRegistry.h"
 #include "mods/basic/ImageModBrightness.h"
 #include "mods/basic/ImageModContrast.h"
 #include "mods/basic/ImageModContrastAndSaturation.h"

@@ -1,13 +1,13 @@
 #include <gtest/gtest.h>
 
-#include "mods/colour/ImageModColorBalance.h"
-#include "mods/colour/ImageModColorFilter.h"
+#include "mods/colour/ColorBalanceFilters.h"
+#include "mods/colour/ColorOverlayFilters.h"
 #include "mods/colour/ImageModColorTemperature.h"
-#include "mods/colour/ImageModColorizeCurve.h"
-#include "mods/colour/ImageModHueShift.h"
+#include "mods/colour/ColorizeFilters.h"
+#include "mods/colour/HueCurveFilters.h"
 #include "mods/colour/ImageModRGBSwap.h"
 #include "mods/colour/ImageModSelectiveColor.h"
-#include "mods/colour/ImageModSplitTone.h"
+#include "mods/colour/TonalColorFilters.h"
 #include "support/PixelCheck.h"
 
 namespace {

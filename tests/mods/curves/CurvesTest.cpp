@@ -3,10 +3,10 @@
 #include <cmath>
 
 #include "mods/curves/ImageModExposureCurve.h"
-#include "mods/curves/ImageModHighlights.h"
+#include "mods/curves/ToneRegionFilters.h"
 #include "mods/curves/ImageModLabCurves.h"
-#include "mods/curves/ImageModRGBCurves.h"
-#include "mods/curves/ImageModToneCurve.h"
+#include "mods/curves/ChannelCurveFilters.h"
+#include "mods/curves/ToneCurveFilters.h"
 #include "support/PixelCheck.h"
 
 namespace {

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "mods/mono/ImageModChannelMixer.h"
+#include "mods/mono/ChannelMixerFilters.h"
 #include "mods/mono/ImageModFilteredBW.h"
 #include "support/PixelCheck.h"
 

@@ -1,15 +1,14 @@
 #pragma once
 
-#include "mods/ImageMod.h"
+#include "mods/ImageModTemplate.h"
 
-// The colour-overlay filters: one colour and an Amount, four ways of laying
-// the colour over the picture.
+// One colour laid over the picture four ways: Tint (ImageModTint), Colorize
+// (ImageModColorize), Color Filter (ImageModColorFilter) and Dye (ImageModDye).
+
+// Their shared base: an Amount, a colour and the method that lays it on.
 class ImageModColorOverlay : public ImageMod
 {
 public:
-    void applyMod(FlexImage<unsigned char>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    void applyMod(FlexImage<float>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-
     template <typename T>
     void templateMod(FlexImage<T>* image, ImageModChunkInfo* info);
 
@@ -22,34 +21,30 @@ private:
 };
 
 // Blends every pixel toward the colour.
-class ImageModTint : public ImageModColorOverlay
+class ImageModTint : public ImageModTemplate<ImageModTint, ImageModColorOverlay>
 {
 public:
     explicit ImageModTint(float amount = 0.0f, OVRGBColor colour = OVRGBColor(255.0f, 200.0f, 150.0f));
-    ImageMod* createCopy() const override { return copyOf(*this); }
 };
 
 // Shifts every pixel by the colour's deviation from its own grey.
-class ImageModColorize : public ImageModColorOverlay
+class ImageModColorize : public ImageModTemplate<ImageModColorize, ImageModColorOverlay>
 {
 public:
     explicit ImageModColorize(float amount = 0.0f, OVRGBColor colour = OVRGBColor(255.0f, 200.0f, 150.0f));
-    ImageMod* createCopy() const override { return copyOf(*this); }
 };
 
 // Darkens channels whose colour component is under mid-grey and lightens
 // those above, like a coloured filter over the lens.
-class ImageModColorFilter : public ImageModColorOverlay
+class ImageModColorFilter : public ImageModTemplate<ImageModColorFilter, ImageModColorOverlay>
 {
 public:
     explicit ImageModColorFilter(float amount = 0.0f, OVRGBColor colour = OVRGBColor(255.0f, 200.0f, 150.0f));
-    ImageMod* createCopy() const override { return copyOf(*this); }
 };
 
 // Recolours with the dye's hue and saturation, keeping the pixel's brightness.
-class ImageModDye : public ImageModColorOverlay
+class ImageModDye : public ImageModTemplate<ImageModDye, ImageModColorOverlay>
 {
 public:
     explicit ImageModDye(float amount = 0.0f, OVRGBColor colour = OVRGBColor(255.0f, 200.0f, 150.0f), int version = 2);
-    ImageMod* createCopy() const override { return copyOf(*this); }
 };

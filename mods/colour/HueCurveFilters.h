@@ -1,6 +1,9 @@
 #pragma once
 
-#include "mods/ImageMod.h"
+#include "mods/ImageModTemplate.h"
+
+// Curves over hue: Hue Shift (ImageModHueShift), Hue Brightness
+// (ImageModHueBrightness) and Saturation Curve (ImageModSaturationCurve).
 
 // Filters driven by a curve over hue ("Hue Region"): at each pixel the curve
 // is read at the pixel's hue, 0.5 meaning "leave alone".
@@ -18,14 +21,10 @@ protected:
 };
 
 // Turns the hues the curve marks: 1/360 above 0.5 turns by one degree.
-class ImageModHueShift : public ImageModHueCurve
+class ImageModHueShift : public ImageModTemplate<ImageModHueShift, ImageModHueCurve>
 {
 public:
     explicit ImageModHueShift(char const* curvePoints = "0 .5 .16667 .5 .33333 .5 .5 .65 .66667 .5 .83333 .5 1 .5");
-
-    void applyMod(FlexImage<unsigned char>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    void applyMod(FlexImage<float>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    ImageMod* createCopy() const override { return copyOf(*this); }
 
     template <typename T>
     void templateMod(FlexImage<T>* image, ImageModChunkInfo* info);
@@ -33,15 +32,11 @@ public:
 
 // Lightens (above 0.5) or darkens the hues the curve marks, most in
 // saturated mid-tones.
-class ImageModHueBrightness : public ImageModHueCurve
+class ImageModHueBrightness : public ImageModTemplate<ImageModHueBrightness, ImageModHueCurve>
 {
 public:
     explicit ImageModHueBrightness(
         char const* curvePoints = "0 .5 .16667 .5 .33333 .5 .5 .8 .66667 .5 .83333 .5 1 .5");
-
-    void applyMod(FlexImage<unsigned char>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    void applyMod(FlexImage<float>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    ImageMod* createCopy() const override { return copyOf(*this); }
 
     template <typename T>
     void templateMod(FlexImage<T>* image, ImageModChunkInfo* info);
@@ -50,15 +45,11 @@ public:
 // Saturates (above 0.5) or desaturates the hues the curve marks. Version 2
 // scales the pixel's distance from its own luminance, so brightness holds;
 // older versions scale the HSV saturation.
-class ImageModSaturationCurve : public ImageModHueCurve
+class ImageModSaturationCurve : public ImageModTemplate<ImageModSaturationCurve, ImageModHueCurve>
 {
 public:
     explicit ImageModSaturationCurve(
         char const* curvePoints = "0 .5 .16667 .5 .33333 .5 .5 .8 .66667 .5 .83333 .5 1 .5", int version = 2);
-
-    void applyMod(FlexImage<unsigned char>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    void applyMod(FlexImage<float>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    ImageMod* createCopy() const override { return copyOf(*this); }
 
     template <typename T>
     void templateMod(FlexImage<T>* image, ImageModChunkInfo* info);

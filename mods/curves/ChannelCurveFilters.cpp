@@ -1,11 +1,11 @@
-#include "mods/curves/ImageModRGBCurves.h"
+#include "mods/curves/ChannelCurveFilters.h"
 
-#include "mods/basic/SampleLoop.h"
+#include "mods/common/SampleLoop.h"
 #include "mods/curves/CurveRules.h"
-#include "mods/curves/ImageModToneCurve.h"
+#include "mods/curves/ToneCurveFilters.h"
 
 ImageModRGBCurves::ImageModRGBCurves(char const* red, char const* green, char const* blue, float amount)
-    : ImageMod("RGB Curves", "R,G,B Curves")
+    : ImageModTemplate("RGB Curves", "R,G,B Curves")
 {
     addCurveVar("Red", red);
     setAuxCurve(0, "0.000000 0.000000 0.049451 0.211538 0.967033 0.653846 1.000000 1.000000");
@@ -43,7 +43,7 @@ void ImageModRGBCurves::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
 }
 
 ImageModComponentCurve::ImageModComponentCurve(char const* curvePoints, int components)
-    : ImageMod("Component Curve", "")
+    : ImageModTemplate("Component Curve", "")
 {
     addPercentVar("Amount", 1.0f, 0.0f, 1.0f);
     setAuxFloat(0, 1.0f);
@@ -85,7 +85,5 @@ void ImageModComponentCurve::templateMod(FlexImage<T>* image, ImageModChunkInfo*
     });
 }
 
-template void ImageModRGBCurves::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
-template void ImageModRGBCurves::templateMod(FlexImage<float>*, ImageModChunkInfo*);
-template void ImageModComponentCurve::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
-template void ImageModComponentCurve::templateMod(FlexImage<float>*, ImageModChunkInfo*);
+INSTANTIATE_TEMPLATE_MOD(ImageModRGBCurves);
+INSTANTIATE_TEMPLATE_MOD(ImageModComponentCurve);

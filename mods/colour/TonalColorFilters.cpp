@@ -1,10 +1,10 @@
-#include "mods/colour/ImageModSplitTone.h"
+#include "mods/colour/TonalColorFilters.h"
 
-#include "mods/basic/SampleLoop.h"
-#include "mods/colour/ColourRules.h"
+#include "mods/common/SampleLoop.h"
+#include "mods/common/ColourRules.h"
 
 ImageModSplitTone::ImageModSplitTone(float amount, OVRGBColor dark, OVRGBColor light)
-    : ImageMod("Split Tone", "")
+    : ImageModTemplate("Split Tone", "")
 {
     addPercentVar("Amount", amount, 0.0f, 1.0f);
     setAuxFloat(0, 1.0f);
@@ -32,7 +32,7 @@ void ImageModSplitTone::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
 }
 
 ImageModColorCorrector::ImageModColorCorrector(float amount)
-    : ImageMod("Color Correction", "")
+    : ImageModTemplate("Color Correction", "")
 {
     addPercentVar("Amount", amount, 0.0f, 1.0f);
     OVRGBColor const grey(127.5f, 127.5f, 127.5f);
@@ -74,7 +74,5 @@ void ImageModColorCorrector::templateMod(FlexImage<T>* image, ImageModChunkInfo*
     });
 }
 
-template void ImageModSplitTone::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
-template void ImageModSplitTone::templateMod(FlexImage<float>*, ImageModChunkInfo*);
-template void ImageModColorCorrector::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
-template void ImageModColorCorrector::templateMod(FlexImage<float>*, ImageModChunkInfo*);
+INSTANTIATE_TEMPLATE_MOD(ImageModSplitTone);
+INSTANTIATE_TEMPLATE_MOD(ImageModColorCorrector);

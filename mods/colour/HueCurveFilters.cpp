@@ -1,9 +1,9 @@
-#include "mods/colour/ImageModHueShift.h"
+#include "mods/colour/HueCurveFilters.h"
 
 #include <cmath>
 
 #include "imaging/OVRGBColor.h"
-#include "mods/basic/SampleLoop.h"
+#include "mods/common/SampleLoop.h"
 
 namespace {
 
@@ -54,7 +54,7 @@ void ImageModHueCurve::forEachHuePixel(FlexImage<T>* image, Rule rule) const
 }
 
 ImageModHueShift::ImageModHueShift(char const* curvePoints)
-    : ImageModHueCurve("Hue Shift", "", curvePoints, "Shift selected hues using a curve editor.")
+    : ImageModTemplate("Hue Shift", "", curvePoints, "Shift selected hues using a curve editor.")
 {
     setDefaultVarsToCurrent();
 }
@@ -73,7 +73,7 @@ void ImageModHueShift::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
 }
 
 ImageModHueBrightness::ImageModHueBrightness(char const* curvePoints)
-    : ImageModHueCurve("Hue Brightness", "", curvePoints, "Adjust the brightness of selected hues using a curve editor.")
+    : ImageModTemplate("Hue Brightness", "", curvePoints, "Adjust the brightness of selected hues using a curve editor.")
 {
     setDefaultVarsToCurrent();
 }
@@ -90,7 +90,7 @@ void ImageModHueBrightness::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
 }
 
 ImageModSaturationCurve::ImageModSaturationCurve(char const* curvePoints, int version)
-    : ImageModHueCurve("Saturation Curve", "Hue Saturation", curvePoints,
+    : ImageModTemplate("Saturation Curve", "Hue Saturation", curvePoints,
                        "Adjust the saturation of selected hues using a curve editor.")
 {
     setVersion(version);
@@ -119,9 +119,6 @@ void ImageModSaturationCurve::templateMod(FlexImage<T>* image, ImageModChunkInfo
     });
 }
 
-template void ImageModHueShift::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
-template void ImageModHueShift::templateMod(FlexImage<float>*, ImageModChunkInfo*);
-template void ImageModHueBrightness::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
-template void ImageModHueBrightness::templateMod(FlexImage<float>*, ImageModChunkInfo*);
-template void ImageModSaturationCurve::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
-template void ImageModSaturationCurve::templateMod(FlexImage<float>*, ImageModChunkInfo*);
+INSTANTIATE_TEMPLATE_MOD(ImageModHueShift);
+INSTANTIATE_TEMPLATE_MOD(ImageModHueBrightness);
+INSTANTIATE_TEMPLATE_MOD(ImageModSaturationCurve);

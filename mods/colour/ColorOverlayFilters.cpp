@@ -1,7 +1,7 @@
-#include "mods/colour/ImageModColorFilter.h"
+#include "mods/colour/ColorOverlayFilters.h"
 
-#include "mods/basic/SampleLoop.h"
-#include "mods/colour/ColourRules.h"
+#include "mods/common/SampleLoop.h"
+#include "mods/common/ColourRules.h"
 
 ImageModColorOverlay::ImageModColorOverlay(char const* name, int method, float amount, OVRGBColor colour,
                                            char const* text)
@@ -33,7 +33,7 @@ void ImageModColorOverlay::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
 }
 
 ImageModTint::ImageModTint(float amount, OVRGBColor colour)
-    : ImageModColorOverlay("Tint", colourRules::Tint, amount, colour,
+    : ImageModTemplate("Tint", colourRules::Tint, amount, colour,
                            "Tint the image by overlaying the selected color. Compare this result with Color Filter "
                            "and Dye.")
 {
@@ -41,7 +41,7 @@ ImageModTint::ImageModTint(float amount, OVRGBColor colour)
 }
 
 ImageModColorize::ImageModColorize(float amount, OVRGBColor colour)
-    : ImageModColorOverlay("Colorize", colourRules::Colorize, amount, colour,
+    : ImageModTemplate("Colorize", colourRules::Colorize, amount, colour,
                            "Adjust the color of the image by adding or subtracting RGB values. Compare this result "
                            "with Color Filter, Dye, and Tint.")
 {
@@ -49,14 +49,14 @@ ImageModColorize::ImageModColorize(float amount, OVRGBColor colour)
 }
 
 ImageModColorFilter::ImageModColorFilter(float amount, OVRGBColor colour)
-    : ImageModColorOverlay("Color Filter", colourRules::ColorFilter, amount, colour,
+    : ImageModTemplate("Color Filter", colourRules::ColorFilter, amount, colour,
                            "Filter the image with the selected color. Compare this result with Tint and Dye.")
 {
     setDefaultVarsToCurrent();
 }
 
 ImageModDye::ImageModDye(float amount, OVRGBColor colour, int version)
-    : ImageModColorOverlay("Dye", colourRules::Dye, amount, colour,
+    : ImageModTemplate("Dye", colourRules::Dye, amount, colour,
                            "Dye the image with the selected color, preserving detail. Compare this result with Color "
                            "Filter and Tint.")
 {
@@ -64,5 +64,4 @@ ImageModDye::ImageModDye(float amount, OVRGBColor colour, int version)
     setDefaultVarsToCurrent();
 }
 
-template void ImageModColorOverlay::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
-template void ImageModColorOverlay::templateMod(FlexImage<float>*, ImageModChunkInfo*);
+INSTANTIATE_TEMPLATE_MOD(ImageModColorOverlay);

@@ -1,6 +1,6 @@
-#include "mods/colour/ImageModColorBalance.h"
+#include "mods/colour/ColorBalanceFilters.h"
 
-#include "mods/basic/SampleLoop.h"
+#include "mods/common/SampleLoop.h"
 
 template <typename T>
 void addChannelOffsets(FlexImage<T>* image, float const* offsets)
@@ -12,7 +12,7 @@ void addChannelOffsets(FlexImage<T>* image, float const* offsets)
 }
 
 ImageModColorBalance::ImageModColorBalance(float red, float green, float blue)
-    : ImageMod("Color Balance", "")
+    : ImageModTemplate("Color Balance", "")
 {
     addPercentVar("Amount", 1.0f, 0.0f, 1.0f);
     addPercentVar("Red", red, 0.0f, 255.0f, 0.0f, 255.0f);
@@ -34,7 +34,7 @@ void ImageModColorBalance::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
 }
 
 ImageModWhiteBalance::ImageModWhiteBalance(OVRGBColor white)
-    : ImageMod("White Balance", "")
+    : ImageModTemplate("White Balance", "")
 {
     addPercentVar("Amount", 0.1f, 0.0f, 1.0f);
     addColorVar("Color", white);
@@ -59,7 +59,5 @@ void ImageModWhiteBalance::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
 
 template void addChannelOffsets(FlexImage<unsigned char>*, float const*);
 template void addChannelOffsets(FlexImage<float>*, float const*);
-template void ImageModColorBalance::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
-template void ImageModColorBalance::templateMod(FlexImage<float>*, ImageModChunkInfo*);
-template void ImageModWhiteBalance::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
-template void ImageModWhiteBalance::templateMod(FlexImage<float>*, ImageModChunkInfo*);
+INSTANTIATE_TEMPLATE_MOD(ImageModColorBalance);
+INSTANTIATE_TEMPLATE_MOD(ImageModWhiteBalance);

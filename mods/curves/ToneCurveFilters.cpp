@@ -1,7 +1,7 @@
-#include "mods/curves/ImageModToneCurve.h"
+#include "mods/curves/ToneCurveFilters.h"
 
 #include "imaging/OVRGBColor.h"
-#include "mods/basic/SampleLoop.h"
+#include "mods/common/SampleLoop.h"
 #include "mods/curves/CurveRules.h"
 
 namespace {
@@ -66,7 +66,7 @@ void applyCurveByMethod(FlexImage<T>* image, ImageMod const& mod, int method)
 } // namespace
 
 ImageModToneCurve::ImageModToneCurve(float amount, char const* curvePoints, int method)
-    : ImageMod("Tone Curve", "")
+    : ImageModTemplate("Tone Curve", "")
 {
     addPercentVar("Amount", amount, 0.0f, 1.0f);
     setAuxFloat(0, 1.0f);
@@ -89,7 +89,7 @@ void ImageModToneCurve::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
 }
 
 ImageModLuminanceCurve::ImageModLuminanceCurve(float amount, char const* curvePoints)
-    : ImageMod("Curves", "Luminance Curve")
+    : ImageModTemplate("Curves", "Luminance Curve")
 {
     addPercentVar("Amount", amount, 0.0f, 1.0f);
     setAuxFloat(0, 1.0f);
@@ -106,7 +106,7 @@ void ImageModLuminanceCurve::templateMod(FlexImage<T>* image, ImageModChunkInfo*
 }
 
 ImageModRGBCombinedCurve::ImageModRGBCombinedCurve(float amount, char const* curvePoints)
-    : ImageMod("RGB Curve", "")
+    : ImageModTemplate("RGB Curve", "")
 {
     addPercentVar("Amount", amount, 0.0f, 1.0f);
     setAuxFloat(0, 1.0f);
@@ -122,9 +122,6 @@ void ImageModRGBCombinedCurve::templateMod(FlexImage<T>* image, ImageModChunkInf
     applyCurveByMethod(image, *this, ImageModToneCurve::PerChannel);
 }
 
-template void ImageModToneCurve::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
-template void ImageModToneCurve::templateMod(FlexImage<float>*, ImageModChunkInfo*);
-template void ImageModLuminanceCurve::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
-template void ImageModLuminanceCurve::templateMod(FlexImage<float>*, ImageModChunkInfo*);
-template void ImageModRGBCombinedCurve::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
-template void ImageModRGBCombinedCurve::templateMod(FlexImage<float>*, ImageModChunkInfo*);
+INSTANTIATE_TEMPLATE_MOD(ImageModToneCurve);
+INSTANTIATE_TEMPLATE_MOD(ImageModLuminanceCurve);
+INSTANTIATE_TEMPLATE_MOD(ImageModRGBCombinedCurve);

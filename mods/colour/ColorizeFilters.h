@@ -1,34 +1,29 @@
 #pragma once
 
-#include "mods/ImageMod.h"
+#include "mods/ImageModTemplate.h"
+
+// Colour methods weighted by luminance: Colorize Curve (ImageModColorizeCurve)
+// and Colorize Basic (ImageModColorizeNoCurve).
 
 // Lays a colour over the picture by one of the colour methods, with a
 // strength that a curve over luminance sets ("Affected Brightness").
-class ImageModColorizeCurve : public ImageMod
+class ImageModColorizeCurve : public ImageModTemplate<ImageModColorizeCurve>
 {
 public:
     explicit ImageModColorizeCurve(char const* curvePoints = "0 .5 .5 .6 1 .5",
                                    OVRGBColor colour = OVRGBColor(255.0f, 170.0f, 90.0f), float amount = 0.0f,
                                    int method = 0);
 
-    void applyMod(FlexImage<unsigned char>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    void applyMod(FlexImage<float>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    ImageMod* createCopy() const override { return copyOf(*this); }
-
     template <typename T>
     void templateMod(FlexImage<T>* image, ImageModChunkInfo* info);
 };
 
 // The same with the same strength at every brightness.
-class ImageModColorizeNoCurve : public ImageMod
+class ImageModColorizeNoCurve : public ImageModTemplate<ImageModColorizeNoCurve>
 {
 public:
     explicit ImageModColorizeNoCurve(OVRGBColor colour = OVRGBColor(255.0f, 170.0f, 90.0f), float amount = 0.0f,
                                      int method = 0);
-
-    void applyMod(FlexImage<unsigned char>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    void applyMod(FlexImage<float>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    ImageMod* createCopy() const override { return copyOf(*this); }
 
     template <typename T>
     void templateMod(FlexImage<T>* image, ImageModChunkInfo* info);

@@ -1,7 +1,7 @@
-#include "mods/colour/ImageModColorizeCurve.h"
+#include "mods/colour/ColorizeFilters.h"
 
-#include "mods/basic/SampleLoop.h"
-#include "mods/colour/ColourRules.h"
+#include "mods/common/SampleLoop.h"
+#include "mods/common/ColourRules.h"
 
 GrowArray<GrowString> colourMethodLabels()
 {
@@ -26,7 +26,7 @@ void colourByLuminance(FlexImage<T>* image, ToneCurve const& weight, OVRGBColor 
 }
 
 ImageModColorizeCurve::ImageModColorizeCurve(char const* curvePoints, OVRGBColor colour, float amount, int method)
-    : ImageMod("Colorize Curve", "Coloring Curve")
+    : ImageModTemplate("Colorize Curve", "Coloring Curve")
 {
     addCurveVar("Luminance Region", curvePoints)->setDisplayName("Affected Brightness");
     addColorVar("Color", colour);
@@ -44,7 +44,7 @@ void ImageModColorizeCurve::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
 }
 
 ImageModColorizeNoCurve::ImageModColorizeNoCurve(OVRGBColor colour, float amount, int method)
-    : ImageMod("Colorize Basic", "Coloring")
+    : ImageModTemplate("Colorize Basic", "Coloring")
 {
     addColorVar("Color", colour);
     addPercentVar("Amount", amount, 0.0f, 1.0f);
@@ -65,7 +65,5 @@ void ImageModColorizeNoCurve::templateMod(FlexImage<T>* image, ImageModChunkInfo
 
 template void colourByLuminance(FlexImage<unsigned char>*, ToneCurve const&, OVRGBColor, float, int);
 template void colourByLuminance(FlexImage<float>*, ToneCurve const&, OVRGBColor, float, int);
-template void ImageModColorizeCurve::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
-template void ImageModColorizeCurve::templateMod(FlexImage<float>*, ImageModChunkInfo*);
-template void ImageModColorizeNoCurve::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
-template void ImageModColorizeNoCurve::templateMod(FlexImage<float>*, ImageModChunkInfo*);
+INSTANTIATE_TEMPLATE_MOD(ImageModColorizeCurve);
+INSTANTIATE_TEMPLATE_MOD(ImageModColorizeNoCurve);

@@ -1,6 +1,6 @@
-#include "mods/mono/ImageModChannelMixer.h"
+#include "mods/mono/ChannelMixerFilters.h"
 
-#include "mods/basic/SampleLoop.h"
+#include "mods/common/SampleLoop.h"
 
 namespace {
 
@@ -14,7 +14,7 @@ void addMixerVar(ImageMod* mod, ImageModVariable const& v)
 } // namespace
 
 ImageModChannelMixer::ImageModChannelMixer()
-    : ImageMod("Color Mixer", "")
+    : ImageModTemplate("Color Mixer", "")
 {
     addMixerVar(this, ImageModVariable::makeFloat("Red", 100.0f, -200.0f, 200.0f));
     addMixerVar(this, ImageModVariable::makeFloat("Green", 0.0f, -200.0f, 200.0f));
@@ -67,7 +67,7 @@ void ImageModChannelMixer::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
 }
 
 ImageModChannelMixerGreyscale::ImageModChannelMixerGreyscale(float red, float green, float blue)
-    : ImageMod("Greyscale Channel Mixer", "Greyscale Mixer")
+    : ImageModTemplate("Greyscale Channel Mixer", "Greyscale Mixer")
 {
     addMixerVar(this, ImageModVariable::makeFloat("Red", red, -200.0f, 200.0f));
     addMixerVar(this, ImageModVariable::makeFloat("Green", green, -200.0f, 200.0f));
@@ -90,7 +90,5 @@ void ImageModChannelMixerGreyscale::templateMod(FlexImage<T>* image, ImageModChu
     });
 }
 
-template void ImageModChannelMixer::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
-template void ImageModChannelMixer::templateMod(FlexImage<float>*, ImageModChunkInfo*);
-template void ImageModChannelMixerGreyscale::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
-template void ImageModChannelMixerGreyscale::templateMod(FlexImage<float>*, ImageModChunkInfo*);
+INSTANTIATE_TEMPLATE_MOD(ImageModChannelMixer);
+INSTANTIATE_TEMPLATE_MOD(ImageModChannelMixerGreyscale);

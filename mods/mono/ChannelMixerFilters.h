@@ -1,20 +1,20 @@
 #pragma once
 
-#include "mods/ImageMod.h"
+#include "mods/ImageModTemplate.h"
+
+// Channel mixing: the colour mixer (ImageModChannelMixer) and the greyscale
+// mixer (ImageModChannelMixerGreyscale).
 
 // A full 3 x 3 channel mixer. The nine weights are stored as variables so a
 // preset keeps the whole matrix; the three visible sliders show the row of
 // the output channel chosen in "Output Channel".
-class ImageModChannelMixer : public ImageMod
+class ImageModChannelMixer : public ImageModTemplate<ImageModChannelMixer>
 {
 public:
     enum { FirstSlider = 0, OutputChannel = 3, FirstWeight = 4 };
 
     ImageModChannelMixer();
 
-    void applyMod(FlexImage<unsigned char>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    void applyMod(FlexImage<float>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    ImageMod* createCopy() const override { return copyOf(*this); }
     // A slider writes into its weight of the chosen row; choosing another
     // output channel shows that row on the sliders.
     void notifyVarChanged(int index) override;
@@ -28,14 +28,10 @@ public:
 };
 
 // Greyscale from a weighted sum of red, green and blue (in percent).
-class ImageModChannelMixerGreyscale : public ImageMod
+class ImageModChannelMixerGreyscale : public ImageModTemplate<ImageModChannelMixerGreyscale>
 {
 public:
     explicit ImageModChannelMixerGreyscale(float red = 30.0f, float green = 59.0f, float blue = 11.0f);
-
-    void applyMod(FlexImage<unsigned char>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    void applyMod(FlexImage<float>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    ImageMod* createCopy() const override { return copyOf(*this); }
 
     template <typename T>
     void templateMod(FlexImage<T>* image, ImageModChunkInfo* info);

@@ -1,7 +1,7 @@
-#include "mods/curves/ImageModHighlights.h"
+#include "mods/curves/ToneRegionFilters.h"
 
 #include "imaging/OVRGBColor.h"
-#include "mods/basic/SampleLoop.h"
+#include "mods/common/SampleLoop.h"
 
 namespace {
 
@@ -63,7 +63,7 @@ void ImageModToneRegion::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
 }
 
 ImageModHighlights::ImageModHighlights()
-    : ImageModToneRegion("Highlights", "Adjust the brightness of only the lighter portions of an image.", 0.25f,
+    : ImageModTemplate("Highlights", "Adjust the brightness of only the lighter portions of an image.", 0.25f,
                          "0.000000 0.000000 0.245000 0.245000 0.503043 0.503043 0.608696 0.802174 0.813044 "
                          "0.959239 1.000000 1.000000",
                          "0.000000 0.000000 0.245000 0.245000 0.472609 0.472609 0.630435 0.563044 0.834783 "
@@ -79,7 +79,7 @@ GrowArray<Point2D> ImageModHighlights::legacyPoints(float a) const
 }
 
 ImageModShadows::ImageModShadows()
-    : ImageModToneRegion("Shadows", "Adjust the brightness of only the darker portions of an image.", 1.75f,
+    : ImageModTemplate("Shadows", "Adjust the brightness of only the darker portions of an image.", 1.75f,
                          "0.000000 0.000000 0.023913 0.054348 0.071739 0.271739 0.311956 0.455435 0.566522 "
                          "0.562174 0.750000 0.750000 1.000000 1.000000",
                          "0.000000 0.000000 0.149457 0.021739 0.342391 0.116304 0.454348 0.336956 0.575217 "
@@ -94,5 +94,4 @@ GrowArray<Point2D> ImageModShadows::legacyPoints(float a) const
     return pointList({{0.0f, 0.0f}, moved, {0.5f, 0.5f}, {1.0f, 1.0f}});
 }
 
-template void ImageModToneRegion::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
-template void ImageModToneRegion::templateMod(FlexImage<float>*, ImageModChunkInfo*);
+INSTANTIATE_TEMPLATE_MOD(ImageModToneRegion);

@@ -5,7 +5,7 @@
 #include <set>
 #include <string>
 
-#include "mods/ImageModRegistry.h"
+#include "extension/ImageModRegistry.h"
 #include "support/TestImages.h"
 
 namespace {

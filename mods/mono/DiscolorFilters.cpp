@@ -1,15 +1,15 @@
-#include "mods/mono/ImageModDiscolor.h"
+#include "mods/mono/DiscolorFilters.h"
 
 #include <algorithm>
 #include <cmath>
 
-#include "mods/basic/ImageModNoise.h"
-#include "mods/basic/Ramps.h"
-#include "mods/basic/SampleLoop.h"
-#include "mods/colour/ColourRules.h"
+#include "mods/common/Ramps.h"
+#include "mods/common/SampleLoop.h"
+#include "mods/common/ValueNoise.h"
+#include "mods/common/ColourRules.h"
 
 ImageModDiscolor::ImageModDiscolor(float amount, float offset, OVRGBColor colour, float scale, float stretch)
-    : ImageMod("Discolor", "")
+    : ImageModTemplate("Discolor", "")
 {
     addPercentVar("Amount", amount, 0.0f, 1.0f);
     addVar(ImageModVariable::makeFloat("Offset", offset, 0.0f, 100.0f));
@@ -42,7 +42,7 @@ void ImageModDiscolor::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
         T* p = image->pixelAt(0, row);
         for (int col = 0; col < image->width; ++col, p += channels) {
             double const x = double(col + chunkX) * perPixel * stretch + shift;
-            float const blotch = ease(ImageModNoise::valueNoise(x, y) * 0.8f + 0.4f);
+            float const blotch = ease(valueNoise::octave(x, y) * 0.8f + 0.4f);
             float rgb[3] = {float(p[0]), float(p[1]), float(p[2])};
             colourRules::applyMethod<colourRules::Screen>(rgb, colour, HSV(), blotch * a);
             for (int c = 0; c < 3; ++c)
@@ -52,7 +52,7 @@ void ImageModDiscolor::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
 }
 
 ImageModLightleak::ImageModLightleak(float amount)
-    : ImageMod("Lightleak", "")
+    : ImageModTemplate("Lightleak", "")
 {
     addPercentVar("Amount", amount, 0.0f, 1.0f);
     addPercentVar(remixVariableName, 0.0f, 0.0f, 1.0f)->setDisplayName(remixDisplayName);
@@ -76,7 +76,5 @@ void ImageModLightleak::templateMod(FlexImage<T>* image, ImageModChunkInfo* info
     discolor.templateMod(image, info);
 }
 
-template void ImageModDiscolor::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
-template void ImageModDiscolor::templateMod(FlexImage<float>*, ImageModChunkInfo*);
-template void ImageModLightleak::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
-template void ImageModLightleak::templateMod(FlexImage<float>*, ImageModChunkInfo*);
+INSTANTIATE_TEMPLATE_MOD(ImageModDiscolor);
+INSTANTIATE_TEMPLATE_MOD(ImageModLightleak);

@@ -1,16 +1,15 @@
 #pragma once
 
-#include "mods/ImageMod.h"
+#include "mods/ImageModTemplate.h"
+
+// Filters that shift the colour channels by fixed offsets: Color Balance
+// (ImageModColorBalance) and White Balance (ImageModWhiteBalance).
 
 // Adds a fixed amount to each of red, green and blue.
-class ImageModColorBalance : public ImageMod
+class ImageModColorBalance : public ImageModTemplate<ImageModColorBalance>
 {
 public:
     explicit ImageModColorBalance(float red = 0.0f, float green = 0.0f, float blue = 0.0f);
-
-    void applyMod(FlexImage<unsigned char>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    void applyMod(FlexImage<float>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    ImageMod* createCopy() const override { return copyOf(*this); }
 
     template <typename T>
     void templateMod(FlexImage<T>* image, ImageModChunkInfo* info);
@@ -18,14 +17,10 @@ public:
 
 // Neutralises a colour cast: the picked colour, which should be white, is
 // moved toward its own grey, and every pixel with it.
-class ImageModWhiteBalance : public ImageMod
+class ImageModWhiteBalance : public ImageModTemplate<ImageModWhiteBalance>
 {
 public:
     explicit ImageModWhiteBalance(OVRGBColor white = OVRGBColor(255.0f, 255.0f, 255.0f));
-
-    void applyMod(FlexImage<unsigned char>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    void applyMod(FlexImage<float>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    ImageMod* createCopy() const override { return copyOf(*this); }
 
     template <typename T>
     void templateMod(FlexImage<T>* image, ImageModChunkInfo* info);

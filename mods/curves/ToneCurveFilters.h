@@ -1,19 +1,18 @@
 #pragma once
 
-#include "mods/ImageMod.h"
+#include "mods/ImageModTemplate.h"
+
+// One curve over the tones: Tone Curve (ImageModToneCurve), Luminance Curve
+// (ImageModLuminanceCurve) and RGB Curve (ImageModRGBCombinedCurve).
 
 // The classic curve editor: one curve applied to the pixel's luminance, its
 // HSV value, its HSL lightness or to every channel, blended in by Amount.
-class ImageModToneCurve : public ImageMod
+class ImageModToneCurve : public ImageModTemplate<ImageModToneCurve>
 {
 public:
     enum Method { PerChannel = 0, Luminance = 1, Value = 2, Lightness = 3 };
 
     explicit ImageModToneCurve(float amount = 1.0f, char const* curvePoints = "0 0 1 1", int method = 0);
-
-    void applyMod(FlexImage<unsigned char>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    void applyMod(FlexImage<float>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    ImageMod* createCopy() const override { return copyOf(*this); }
 
     template <typename T>
     void templateMod(FlexImage<T>* image, ImageModChunkInfo* info);
@@ -24,28 +23,20 @@ public:
 };
 
 // The Luminance method of the curve editor as a filter of its own.
-class ImageModLuminanceCurve : public ImageMod
+class ImageModLuminanceCurve : public ImageModTemplate<ImageModLuminanceCurve>
 {
 public:
     explicit ImageModLuminanceCurve(float amount = 1.0f, char const* curvePoints = "0 0 1 1");
-
-    void applyMod(FlexImage<unsigned char>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    void applyMod(FlexImage<float>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    ImageMod* createCopy() const override { return copyOf(*this); }
 
     template <typename T>
     void templateMod(FlexImage<T>* image, ImageModChunkInfo* info);
 };
 
 // The per-channel method of the curve editor as a filter of its own.
-class ImageModRGBCombinedCurve : public ImageMod
+class ImageModRGBCombinedCurve : public ImageModTemplate<ImageModRGBCombinedCurve>
 {
 public:
     explicit ImageModRGBCombinedCurve(float amount = 1.0f, char const* curvePoints = "0 0 1 1");
-
-    void applyMod(FlexImage<unsigned char>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    void applyMod(FlexImage<float>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    ImageMod* createCopy() const override { return copyOf(*this); }
 
     template <typename T>
     void templateMod(FlexImage<T>* image, ImageModChunkInfo* info);

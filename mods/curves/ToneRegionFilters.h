@@ -1,6 +1,9 @@
 #pragma once
 
-#include "mods/ImageMod.h"
+#include "mods/ImageModTemplate.h"
+
+// Filters for one tonal region: Highlights (ImageModHighlights) and Shadows
+// (ImageModShadows).
 
 // Lifts (Amount above 1) or lowers (below 1) only one tonal region: the
 // highlights or the shadows. Version 2 moves the HSV value along one of two
@@ -9,9 +12,6 @@
 class ImageModToneRegion : public ImageMod
 {
 public:
-    void applyMod(FlexImage<unsigned char>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    void applyMod(FlexImage<float>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-
     template <typename T>
     void templateMod(FlexImage<T>* image, ImageModChunkInfo* info);
 
@@ -26,21 +26,19 @@ private:
     ToneCurve loweringCurve;
 };
 
-class ImageModHighlights : public ImageModToneRegion
+class ImageModHighlights : public ImageModTemplate<ImageModHighlights, ImageModToneRegion>
 {
 public:
     ImageModHighlights();
-    ImageMod* createCopy() const override { return copyOf(*this); }
 
 protected:
     GrowArray<Point2D> legacyPoints(float amount) const override;
 };
 
-class ImageModShadows : public ImageModToneRegion
+class ImageModShadows : public ImageModTemplate<ImageModShadows, ImageModToneRegion>
 {
 public:
     ImageModShadows();
-    ImageMod* createCopy() const override { return copyOf(*this); }
 
 protected:
     GrowArray<Point2D> legacyPoints(float amount) const override;

@@ -1,18 +1,17 @@
 #pragma once
 
-#include "mods/ImageMod.h"
+#include "mods/ImageModTemplate.h"
+
+// Filters that colour the picture by tone: Split Tone (ImageModSplitTone) and
+// Color Correction (ImageModColorCorrector).
 
 // Two-tone: shadows take the dark colour, highlights the light colour, mixed
 // by the pixel's luminance and blended in by Amount.
-class ImageModSplitTone : public ImageMod
+class ImageModSplitTone : public ImageModTemplate<ImageModSplitTone>
 {
 public:
     explicit ImageModSplitTone(float amount = 0.0f, OVRGBColor dark = OVRGBColor(40.0f, 30.0f, 80.0f),
                                OVRGBColor light = OVRGBColor(255.0f, 230.0f, 190.0f));
-
-    void applyMod(FlexImage<unsigned char>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    void applyMod(FlexImage<float>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    ImageMod* createCopy() const override { return copyOf(*this); }
 
     template <typename T>
     void templateMod(FlexImage<T>* image, ImageModChunkInfo* info);
@@ -20,14 +19,10 @@ public:
 
 // Colours shadows, midtones and highlights separately: each colour's
 // deviation from its own grey is added where its tonal range lies.
-class ImageModColorCorrector : public ImageMod
+class ImageModColorCorrector : public ImageModTemplate<ImageModColorCorrector>
 {
 public:
     explicit ImageModColorCorrector(float amount = 1.0f);
-
-    void applyMod(FlexImage<unsigned char>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    void applyMod(FlexImage<float>* image, ImageModChunkInfo* info) override { templateMod(image, info); }
-    ImageMod* createCopy() const override { return copyOf(*this); }
 
     template <typename T>
     void templateMod(FlexImage<T>* image, ImageModChunkInfo* info);

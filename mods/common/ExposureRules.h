@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cmath>
+
+#include "imaging/FlexImage.h"
+#include "imaging/Luminance.h"
+#include "mods/common/SampleLoop.h"
+
+// The exposure curves shared by Exposure, the legacy gamma and the exposure
+// curve: an exposure e above 1 compresses the highlights' headroom, below 1
+// a power curve darkens and drains some colour, as film does when it is
+// underexposed.
+namespace exposureRules {
+
+// The brightening curve for an exposure e in (1, 2).
+inline float brighten(float c, float e)
+{
+    return 255.0f - 255.0f * std::pow((255.0f - c) / 255.0f, 1.0f / (2.0f - e));
+}
+
+// The darkening curve for an exposure e in [0, 1); white is held just below
+// 255 so that it darkens too.
+inline float darken(float c, float e)
+{
+    float const held = c < 254.95f ? c : 254.95f;
+    return 255.0f * std::pow(held / 255.0f, 1.0f / e);
+}
+
+// How much colour survives darkening by e: (1 - |e - 1|)^0.4.
+inline float colourKeptWhenDarkening(float e)
+{
+    return float(std::pow(1.0 - std::fabs(double(e) - 1.0), 0.4));
+}
+
+// Darkens every channel of a pixel by e, then pulls it toward its own
+// luminance so that deep darkening also drains colour.
+template <typename T>
+void darkenPixel(T* p, int channels, float e, float kept)
+{
+    int const n = channels < 4 ? channels : 4;
+    float darkened[4];
+    for (int c = 0; c < n; ++c)
+        darkened[c] = darken(float(p[c]), e);
+    float const grey = float(pixelLuminance(darkened, n));
+    for (int c = 0; c < n; ++c)
+        p[c] = FlexImage<T>::storeSample(clamp255(darkened[c] * kept + grey * (1.0f - kept)));
+}
+
+} // namespace exposureRules
