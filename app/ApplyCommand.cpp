@@ -17,29 +17,39 @@ struct ApplyOptions
     QString output;
     QString outputFolder;
     QStringList photos;
+    bool lenient = false;
 };
 
-// Finds the preset by file or by name; reports and returns null if neither.
-ImageModCompound* choosePreset(EditingSession& session, QString const& preset)
+// Finds the preset by file or by name; reports and returns null if neither,
+// or if a step of it names no filter (unless lenient, when that step is
+// skipped with a warning).
+ImageModCompound* choosePreset(EditingSession& session, QString const& preset, bool lenient)
 {
+    PresetLibrary::Entry const* entry = nullptr;
     bool const isFile = preset.endsWith(".qmf", Qt::CaseInsensitive) || QFileInfo(preset).isFile();
     if (isFile) {
         if (!QFileInfo(preset).isFile()) {
             reportError(preset, "no such preset file");
             return nullptr;
         }
-        ImageModCompound* loaded = session.library.loadFile(preset.toUtf8().constData(), "file", session.prototypes);
-        if (!loaded)
-            reportError(preset, "not a preset (no \"filter\" element)");
-        else if (session.library.withUnknownFilters.count > 0)
-            reportError(preset, "names a filter that does not exist; it is skipped");
-        return loaded;
+        if (!session.library.loadFile(preset.toUtf8().constData(), "file", session.prototypes)) {
+            reportError(preset, session.library.refused.last().reason.c_str());
+            return nullptr;
+        }
+        entry = &session.library.entries.last();
+    } else {
+        session.loadStandardPresets();
+        entry = session.library.find(preset.toUtf8().constData());
+        if (!entry) {
+            reportError(preset, "no preset of that name (see 'quillmere presets')");
+            return nullptr;
+        }
     }
-    session.loadStandardPresets();
-    PresetLibrary::Entry const* entry = session.library.find(preset.toUtf8().constData());
-    if (!entry)
-        reportError(preset, "no preset of that name (see 'quillmere presets')");
-    return entry ? entry->preset : nullptr;
+    if (reportSkippedSteps(*entry) > 0 && !lenient) {
+        reportError(entry->path.c_str(), "not rendered: the preset is incomplete (--lenient renders it anyway)");
+        return nullptr;
+    }
+    return entry->preset;
 }
 
 QString outputFor(ApplyOptions const& options, QString const& photo)
@@ -70,6 +80,7 @@ int readOptions(QCommandLineParser const& parser, ApplyOptions* options)
     options->output = parser.value("output");
     options->outputFolder = parser.value("out-dir");
     options->photos = parser.positionalArguments();
+    options->lenient = parser.isSet("lenient");
     if (options->preset.isEmpty())
         return usageError("apply", "needs --preset NAME or --preset FILE.qmf");
     if (options->photos.isEmpty())
@@ -129,6 +140,7 @@ int runApply(QStringList const& args)
     parser.addOption({"out-dir", "Write each result to DIR/NAME.jpg.", "DIR"});
     parser.addOption({"quality", "JPEG quality, 0 to 100 (default 100).", "Q", "100"});
     parser.addOption(maxMegapixelsOption());
+    parser.addOption({"lenient", "Render even when a preset step names no filter (that step is skipped)."});
     parser.addPositionalArgument("PHOTO...", "The photos to render.");
     int status = ExitOk;
     if (!parseCommand(parser, "apply",
@@ -144,7 +156,7 @@ int runApply(QStringList const& args)
         return ExitUsage;
     if (!options.outputFolder.isEmpty() && !checkOutputFolder(options.outputFolder))
         return ExitFailed;
-    ImageModCompound* preset = choosePreset(session, options.preset);
+    ImageModCompound* preset = choosePreset(session, options.preset, options.lenient);
     if (!preset)
         return ExitFailed;
     preset->setFloatVar(0, options.amount);

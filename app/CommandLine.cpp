@@ -60,6 +60,22 @@ bool readMaxMegapixels(QCommandLineParser const& parser, QString const& command,
     return true;
 }
 
+int reportSkippedSteps(PresetLibrary::Entry const& entry)
+{
+    for (GrowString const& name : entry.skippedSteps)
+        reportError(entry.path.c_str(),
+                    QString("step \"%1\" names no filter; it is skipped").arg(QString::fromUtf8(name.c_str())));
+    return entry.skippedSteps.count;
+}
+
+void reportPresetProblems(PresetLibrary const& library)
+{
+    for (PresetLibrary::Refusal const& refusal : library.refused)
+        reportError(refusal.path.c_str(), refusal.reason.c_str());
+    for (PresetLibrary::Entry const& entry : library.entries)
+        reportSkippedSteps(entry);
+}
+
 bool isOneOf(QString const& output, QStringList const& inputs)
 {
     QFileInfo const target(output);

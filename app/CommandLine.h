@@ -4,6 +4,8 @@
 #include <QString>
 #include <QStringList>
 
+#include "extension/PresetLibrary.h"
+
 // Shared pieces of the quillmere subcommands.
 
 enum ExitStatus { ExitOk = 0, ExitFailed = 1, ExitUsage = 2 };
@@ -24,6 +26,13 @@ bool parseCommand(QCommandLineParser& parser, QString const& command, QString co
 // reported) when the value is not a positive number.
 QCommandLineOption maxMegapixelsOption();
 bool readMaxMegapixels(QCommandLineParser const& parser, QString const& command, double* value);
+
+// One line per preset step that named no filter and was skipped; returns
+// how many there were.
+int reportSkippedSteps(PresetLibrary::Entry const& entry);
+// The presets that could not be loaded and the steps that were skipped,
+// one line each.
+void reportPresetProblems(PresetLibrary const& library);
 
 // Whether writing to output would replace one of inputs.
 bool isOneOf(QString const& output, QStringList const& inputs);

@@ -67,10 +67,7 @@ int runPresets(QStringList const& args)
     for (PresetLibrary::Entry const& entry : session.library.entries)
         out << qSetFieldWidth(22) << Qt::left << QString(entry.preset->name.c_str()) << qSetFieldWidth(0) << " "
             << entry.origin.c_str() << "  " << entry.path.c_str() << "\n";
-    for (GrowString const& path : session.library.unreadable)
-        reportError(path.c_str(), "not a preset (no \"filter\" element)");
-    for (GrowString const& path : session.library.withUnknownFilters)
-        reportError(path.c_str(), "names a filter that does not exist; it is skipped");
+    reportPresetProblems(session.library);
     return ExitOk;
 }
 

@@ -126,7 +126,7 @@ void BM_Render(benchmark::State& state, std::string const* body)
     FlexImage<float> out;
     for (auto _ : state) {
         ImageModderMulti renderer;
-        renderer.keepCache = false;
+        renderer.setKeepCache(false);
         renderer.applyMods(chain, &decodedPhoto(), &out);
     }
 }

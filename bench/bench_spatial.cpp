@@ -26,7 +26,7 @@ void BM_Spatial(benchmark::State& state, char const* name, float amount, int met
     chain.add(mod.get());
     FlexImage<float> out;
     ImageModderMulti renderer;
-    renderer.keepCache = false;
+    renderer.setKeepCache(false);
     for (auto _ : state) {
         renderer.applyMods(chain, &sharedLargeImage(), &out);
         benchmark::ClobberMemory();

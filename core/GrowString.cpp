@@ -168,7 +168,7 @@ void GrowString::ensureTermination()
     appendRaw('\0');
 }
 
-void GrowString::removeChars(int32_t start, int32_t /*n*/)
+void GrowString::removeChars(int32_t start)
 {
     if (start < 0 || start >= count)
         return;

@@ -36,9 +36,9 @@ public:
     bool isEmpty() const { return length() == 0; }
 
     void ensureTermination();
-    // Removes exactly one character, the one at start; n is ignored so that
-    // callers stripping quotes take one character at a time.
-    void removeChars(int32_t start, int32_t n);
+    // Removes exactly one character, the one at start (nothing when start is
+    // outside the string): the XML reader strips quotes one at a time.
+    void removeChars(int32_t start);
     GrowString swapOccurrencesConst(GrowString const& find, GrowString const& replace) const;
     // Returns the first word (space, tab and line feed separate words; a
     // stretch inside double quotes does not split) and keeps the rest.

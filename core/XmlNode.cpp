@@ -101,8 +101,8 @@ void readAttribute(GrowString word, XmlNode* node)
         return;
     }
     GrowString value = word.substring(equals + 1, length);
-    value.removeChars(0, 1);
-    value.removeChars(value.length() - 1, 1);
+    value.removeChars(0);
+    value.removeChars(value.length() - 1);
     node->addParameter(word.substring(0, equals), value);
 }
 

@@ -92,9 +92,11 @@ void EditingSession::render(ImageMod* mod, FlexImage<float>* source, FlexImage<f
     GrowArray<ImageMod*> chain;
     chain.add(mod);
     ImageModderMulti renderer;
-    renderer.keepCache = false;
-    renderer.runAsync = bool(progress);
-    renderer.applyMods(chain, source, destination);
+    renderer.setKeepCache(false);
+    if (progress)
+        renderer.applyModsAsync(chain, source, destination);
+    else
+        renderer.applyMods(chain, source, destination);
     while (progress && !renderer.isFinished()) {
         progress(renderer.progress());
         std::this_thread::sleep_for(std::chrono::milliseconds(100));

@@ -24,8 +24,8 @@ struct AdjustmentData
 // One editing session, everything but the window: the presets shown as
 // thumbnails over a small copy of the photo, the chosen preset shown on the
 // display image, and the chosen preset rendered over the full-size photo
-// and saved as a JPEG. The command-line tool, the desktop editor and the
-// macOS controller all drive this object.
+// and saved as a JPEG. Hosts (the command-line tool) drive this object and
+// only sequence it.
 class EditingSession
 {
 public:

@@ -14,7 +14,8 @@
 template <typename T>
 bool flexImageFromQImage(QImage const& image, FlexImage<T>* out);
 
-// A new 8-bit RGB image of in's size (alpha is not carried over).
-// their low 8 bits kept: callers hand in samples already within 0..255.
+// A new 8-bit RGB image of in's size (alpha is not carried over). Samples
+// are truncated toward zero and only their low 8 bits kept, without
+// clamping: callers hand in samples already within 0..255.
 template <typename T>
 QImage QImageFromFlexImage(FlexImage<T> const* in);

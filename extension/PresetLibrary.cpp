@@ -2,6 +2,10 @@
 
 #include <dirent.h>
 
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
 #include <QByteArray>
 #include <QDir>
 #include <QLoggingCategory>
@@ -34,6 +38,19 @@ GrowString normalisedFolder(GrowString const& dir)
 bool sameIgnoringCase(GrowString const& a, char const* b)
 {
     return QString::fromUtf8(a.c_str()).compare(QString::fromUtf8(b), Qt::CaseInsensitive) == 0;
+}
+
+// Reads and parses a preset file, or says why it cannot.
+bool readPresetDocument(GrowString const& path, XmlNode* root, GrowString* refusal)
+{
+    FILE* f = std::fopen(path.c_str(), "rb");
+    if (!f) {
+        *refusal = GrowString("cannot read: ") + std::strerror(errno);
+        return false;
+    }
+    std::fclose(f);
+    root->loadSubnodesFromFile(path);
+    return true;
 }
 
 int rawEntryCount(GrowString const& dir)
@@ -87,15 +104,19 @@ GrowString presetDisplayName(GrowString const& path)
 }
 
 ImageModCompound* loadPresetFile(GrowString const& path, GrowArray<ImageMod*>* compounds,
-                                 GrowArray<ImageMod*> const& prototypes, int* error)
+                                 GrowArray<ImageMod*> const& prototypes, int* error,
+                                 GrowArray<GrowString>* skippedNames, GrowString* refusal)
 {
     XmlNode root;
-    root.loadSubnodesFromFile(path);
-    XmlNode* filter = root.findSubnode("filter");
-    if (!filter)
+    if (!readPresetDocument(path, &root, refusal))
         return nullptr;
+    XmlNode* filter = root.findSubnode("filter");
+    if (!filter) {
+        *refusal = "not a preset (no \"filter\" element)";
+        return nullptr;
+    }
     auto* preset = new ImageModCompound("File Filter");
-    for (ImageMod* mod : createModsFromXML(filter, compounds, prototypes, error))
+    for (ImageMod* mod : createModsFromXML(filter, compounds, prototypes, error, skippedNames))
         preset->addSubMod(mod);
     GrowString const name = presetDisplayName(path);
     preset->setName(name, name);
@@ -114,7 +135,11 @@ PresetLibrary::~PresetLibrary()
 void PresetLibrary::loadFolder(GrowString const& folder, GrowString const& origin,
                                GrowArray<ImageMod*> const& prototypes)
 {
+#if defined(__APPLE__)
     qCInfo(presetLog, "\nShared folder not found. App Bundle resources directory: %s", folder.c_str());
+#else
+    qCInfo(presetLog, "\nPreset folder: %s", folder.c_str());
+#endif
     GrowArray<GrowString> paths = getFilesInDirectory(folder);
     for (GrowString const& path : getFilesInDirectory(folder + "/Default Presets"))
         paths.add(path);
@@ -130,14 +155,14 @@ ImageModCompound* PresetLibrary::loadFile(GrowString const& path, GrowString con
                                           GrowArray<ImageMod*> const& prototypes)
 {
     int error = 0;
-    ImageModCompound* preset = loadPresetFile(path, &compounds, prototypes, &error);
+    GrowArray<GrowString> skipped;
+    GrowString refusal;
+    ImageModCompound* preset = loadPresetFile(path, &compounds, prototypes, &error, &skipped, &refusal);
     if (!preset) {
-        unreadable.add(path);
+        refused.add(Refusal{path, refusal});
         return nullptr;
     }
-    if (error == 2)
-        withUnknownFilters.add(path);
-    entries.add(Entry{preset, path, origin});
+    entries.add(Entry{preset, path, origin, skipped});
     qCInfo(presetLog, "\n%i: loaded mod: %s", entries.count - 1, preset->name.c_str());
     return preset;
 }

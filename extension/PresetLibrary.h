@@ -17,11 +17,13 @@ bool isPresetFile(GrowString const& path);
 GrowString presetDisplayName(GrowString const& path);
 
 // One preset file as a compound filter named after the file, with its
-// "Amount". Returns null when the file cannot be read or has no "filter"
-// element. *error becomes 2 when the preset names an unknown filter (the
-// rest still loads).
+// "Amount". Returns null, with the reason in *refusal, when the file cannot
+// be read or has no "filter" element. *error becomes 2 when the preset names
+// an unknown filter: that step is skipped (its name goes to skippedNames)
+// and the rest still loads.
 ImageModCompound* loadPresetFile(GrowString const& path, GrowArray<ImageMod*>* compounds,
-                                 GrowArray<ImageMod*> const& prototypes, int* error);
+                                 GrowArray<ImageMod*> const& prototypes, int* error,
+                                 GrowArray<GrowString>* skippedNames, GrowString* refusal);
 
 // The presets of a set of folders, each listed with its "Default Presets"
 // sub-folder, in folder order and listing order.
@@ -33,14 +35,20 @@ public:
         ImageModCompound* preset; // owned by the library
         GrowString path;
         GrowString origin; // where the folder came from, e.g. "shipped"
+        // The filter names of steps that name no filter and were skipped.
+        GrowArray<GrowString> skippedSteps;
+    };
+    // A preset file that could not be loaded, and why.
+    struct Refusal
+    {
+        GrowString path;
+        GrowString reason;
     };
 
     GrowArray<Entry> entries;
     // Compounds defined by "submod" elements of the presets.
     GrowArray<ImageMod*> compounds;
-    // Preset files that could not be loaded, and files naming unknown filters.
-    GrowArray<GrowString> unreadable;
-    GrowArray<GrowString> withUnknownFilters;
+    GrowArray<Refusal> refused;
 
     PresetLibrary() = default;
     PresetLibrary(PresetLibrary const&) = delete;
@@ -49,7 +57,8 @@ public:
 
     // Loads every preset of folder and of folder/Default Presets.
     void loadFolder(GrowString const& folder, GrowString const& origin, GrowArray<ImageMod*> const& prototypes);
-    // Loads one preset file given by path.
+    // Loads one preset file given by path; null (and an entry in refused)
+    // when it cannot be loaded.
     ImageModCompound* loadFile(GrowString const& path, GrowString const& origin,
                                GrowArray<ImageMod*> const& prototypes);
     // The entry shown under name (any case), or null.

@@ -132,6 +132,11 @@ void ImageMod::setDefaultVarsToCurrent()
     copyAll(vars, defaultVars);
 }
 
+bool ImageMod::answersToName(GrowString const& requested, int*) const
+{
+    return requested == name;
+}
+
 int ImageMod::indexOfVar(char const* variableName) const
 {
     for (int32_t i = 0; i < vars.count; ++i)

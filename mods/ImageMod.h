@@ -39,7 +39,9 @@ public:
     enum PositionReq { PositionFirst = 0, PositionAnywhere = 1, PositionLast = 2 };
     enum SingletonID { SingletonNone = 0, SingletonCrop = 1, SingletonOutputSize = 2 };
 
+    // Keys of the free key/value attributes a preset attaches ("attr").
     GrowArray<GrowString> stringListA;
+    // Their values, index for index with stringListA.
     GrowArray<GrowString> stringListB;
     GrowArray<ImageModVariable*> vars;
     GrowArray<ImageModVariable*> auxVars;
@@ -77,6 +79,10 @@ public:
     virtual bool operator==(ImageMod const& other) const;
     virtual void applyDefaultVars();
     virtual void setDefaultVarsToCurrent();
+    // Whether a preset naming requested means this filter. A filter whose
+    // name follows its version answers to each of its names and tells the
+    // version that name stands for (left untouched when it implies none).
+    virtual bool answersToName(GrowString const& requested, int* impliedVersion) const;
 
     bool operator!=(ImageMod const& other) const { return !(*this == other); }
 

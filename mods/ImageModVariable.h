@@ -123,6 +123,9 @@ public:
 class ImageModVariable
 {
 public:
+    // attrA and attrB are presentation hints the engine only carries: copied
+    // with the variable, never compared and never read by a filter. attrB is
+    // 0 on a compound's "Amount".
     int32_t attrA = 1;
     GrowString name;
     ImageModVariableData* data = nullptr;

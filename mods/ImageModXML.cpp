@@ -11,14 +11,29 @@ double parseDecimal(GrowString const& text)
     return std::strtod(text.c_str(), nullptr);
 }
 
-// A copy of the last entry of list named name, or null.
-ImageMod* copyOfLastNamed(GrowArray<ImageMod*> const& list, GrowString const& name)
+// A copy of the last entry of list that answers to name, or null; the
+// version the name implies, if any, goes to *impliedVersion.
+ImageMod* copyOfLastNamed(GrowArray<ImageMod*> const& list, GrowString const& name, int* impliedVersion)
 {
     ImageMod* found = nullptr;
-    for (ImageMod* candidate : list)
-        if (candidate && candidate->name == name)
+    for (ImageMod* candidate : list) {
+        int implied = 0;
+        if (candidate && candidate->answersToName(name, &implied)) {
             found = candidate;
+            *impliedVersion = implied;
+        }
+    }
     return found ? found->createCopy() : nullptr;
+}
+
+// A version attribute truncated toward zero; text that is not a number in
+// the int range gives the default version 1.
+int versionFrom(GrowString const& text)
+{
+    double const v = parseDecimal(text);
+    if (!(v > -2147483648.0 && v < 2147483648.0))
+        return 1;
+    return int(v);
 }
 
 void storeAttribute(ImageMod* mod, XmlNode const& child)
@@ -118,19 +133,23 @@ void readVariable(ImageMod* mod, XmlNode const& child)
 } // namespace
 
 ImageMod* createModFromXML(XmlNode* node, GrowArray<ImageMod*> const& compounds,
-                           GrowArray<ImageMod*> const& prototypes, int* error)
+                           GrowArray<ImageMod*> const& prototypes, int* error, GrowArray<GrowString>* skippedNames)
 {
     GrowString const name = node->getParameterVal("name");
     bool const enabled = !node->hasParameter("enabled") || parseDecimal(node->getParameterVal("enabled")) != 0.0;
-    int const version = node->hasParameter("version") ? int(parseDecimal(node->getParameterVal("version"))) : 1;
-    ImageMod* mod = copyOfLastNamed(compounds, name);
+    int impliedVersion = 0;
+    ImageMod* mod = copyOfLastNamed(compounds, name, &impliedVersion);
     if (!mod)
-        mod = copyOfLastNamed(prototypes, name);
+        mod = copyOfLastNamed(prototypes, name, &impliedVersion);
     if (!mod) {
         if (error)
             *error = 2;
+        if (skippedNames)
+            skippedNames->add(name);
         return nullptr;
     }
+    int const version = node->hasParameter("version") ? versionFrom(node->getParameterVal("version"))
+                                                      : (impliedVersion ? impliedVersion : 1);
     mod->enabled = enabled ? 1 : 0;
     mod->setVersion(version);
     for (XmlNode const& child : node->subnodes) {
@@ -143,15 +162,16 @@ ImageMod* createModFromXML(XmlNode* node, GrowArray<ImageMod*> const& compounds,
 }
 
 GrowArray<ImageMod*> createModsFromXML(XmlNode* node, GrowArray<ImageMod*>* compounds,
-                                       GrowArray<ImageMod*> const& prototypes, int* error)
+                                       GrowArray<ImageMod*> const& prototypes, int* error,
+                                       GrowArray<GrowString>* skippedNames)
 {
     GrowArray<ImageMod*> result;
     for (XmlNode& child : node->subnodes) {
         if (child.name == "mod") {
-            if (ImageMod* mod = createModFromXML(&child, *compounds, prototypes, error))
+            if (ImageMod* mod = createModFromXML(&child, *compounds, prototypes, error, skippedNames))
                 result.add(mod);
         } else if (child.name == "submod") {
-            GrowArray<ImageMod*> subs = createModsFromXML(&child, compounds, prototypes, error);
+            GrowArray<ImageMod*> subs = createModsFromXML(&child, compounds, prototypes, error, skippedNames);
             auto* compound = new ImageModCompound(child.getParameterVal("name").c_str());
             for (ImageMod* sub : subs)
                 compound->addSubMod(sub);

@@ -59,7 +59,7 @@ void shapeLike(FlexImage<T>* dst, FlexImage<T> const* src)
 
 } // namespace
 
-ImageModderMulti::ImageModderMulti(bool, bool, int, float)
+ImageModderMulti::ImageModderMulti()
     : stateLock(createNewOVThreadLock()), renderSemaphore(createNewOVThreadSemaphore(1))
 {
 }
@@ -92,23 +92,34 @@ void ImageModderMulti::flattenModsInto(GrowArray<ImageMod*> const& in, GrowArray
     }
 }
 
-void ImageModderMulti::applyMods(GrowArray<ImageMod*> const& chain, FlexImage<float>* src, FlexImage<float>* dst,
-                                 int, ImageModChunkInfo*)
+void ImageModderMulti::applyMods(GrowArray<ImageMod*> const& chain, FlexImage<float>* src, FlexImage<float>* dst)
 {
-    beginRender(chain, src, dst);
+    beginRender(chain, src, dst, false);
 }
 
 void ImageModderMulti::applyMods(GrowArray<ImageMod*> const& chain, FlexImage<unsigned char>* src,
-                                 FlexImage<unsigned char>* dst, int, ImageModChunkInfo*)
+                                 FlexImage<unsigned char>* dst)
 {
-    beginRender(chain, src, dst);
+    beginRender(chain, src, dst, false);
+}
+
+void ImageModderMulti::applyModsAsync(GrowArray<ImageMod*> const& chain, FlexImage<float>* src,
+                                      FlexImage<float>* dst)
+{
+    beginRender(chain, src, dst, true);
+}
+
+void ImageModderMulti::applyModsAsync(GrowArray<ImageMod*> const& chain, FlexImage<unsigned char>* src,
+                                      FlexImage<unsigned char>* dst)
+{
+    beginRender(chain, src, dst, true);
 }
 
 template <typename T>
-void ImageModderMulti::beginRender(GrowArray<ImageMod*> const& chain, FlexImage<T>* src, FlexImage<T>* dst)
+void ImageModderMulti::beginRender(GrowArray<ImageMod*> const& chain, FlexImage<T>* src, FlexImage<T>* dst,
+                                   bool async)
 {
     renderSemaphore->acquire();
-    callerChunkInfo = nullptr;
     srcFloat = dstFloat = nullptr;
     srcByte = dstByte = nullptr;
     if constexpr (std::is_same_v<T, float>) {
@@ -119,16 +130,25 @@ void ImageModderMulti::beginRender(GrowArray<ImageMod*> const& chain, FlexImage<
         dstByte = dst;
     }
     prepareRender(chain, src->width, src->height);
-    startRender();
+    if (!async) {
+        applyModsStatic(this);
+        return;
+    }
+    auto* thread = new OVQTThread();
+    thread->workWithArg = &ImageModderMulti::applyModsStatic;
+    thread->arg = this;
+    OVQTThread::startDetached(thread, threadPriorityFor(priority));
 }
 
 void ImageModderMulti::prepareRender(GrowArray<ImageMod*> const& chain, int sourceWidth, int sourceHeight)
 {
     StateGuard guard(stateLock);
-    spareIndex = -1;
     captureIndex = -1;
     finished = false;
     completed = false;
+    // Cleared here rather than on the worker, so that a cancel made as soon
+    // as an asynchronous render has been started is not lost.
+    cancelRequested = false;
     GrowArray<ImageMod*> flat;
     flattenModsInto(chain, &flat);
 
@@ -170,18 +190,6 @@ void ImageModderMulti::prepareRender(GrowArray<ImageMod*> const& chain, int sour
     }
 }
 
-void ImageModderMulti::startRender()
-{
-    if (!runAsync) {
-        applyModsStatic(this);
-        return;
-    }
-    auto* thread = new OVQTThread();
-    thread->workWithArg = &ImageModderMulti::applyModsStatic;
-    thread->arg = this;
-    OVQTThread::startDetached(thread, threadPriorityFor(priority));
-}
-
 void ImageModderMulti::applyModsStatic(void* renderer)
 {
     auto* self = static_cast<ImageModderMulti*>(renderer);
@@ -196,10 +204,6 @@ void ImageModderMulti::applyModsStatic(void* renderer)
 template <typename T>
 void ImageModderMulti::applyModsInternal(FlexImage<T>* src, FlexImage<T>* dst)
 {
-    {
-        StateGuard guard(stateLock);
-        cancelRequested = false;
-    }
     bool const separate = dst && dst != src;
     if (separate)
         shapeLike(dst, src);
@@ -246,13 +250,13 @@ void ImageModderMulti::renderTiles(FlexImage<T>* src, FlexImage<T>* dst, bool se
     for (int j = firstMod; j < mods.count; ++j)
         radius = std::max(radius, mods[j]->getExtraPixelRadiusRequired(fullWidth, fullHeight, scale));
 
-    sourceGrid.initializeGrid(src, tileSize, radius, callerChunkInfo);
+    sourceGrid.initializeGrid(src, tileSize, radius);
     if (capture >= 0)
-        cacheWriteGrid.initializeGrid(cacheImage, tileSize, radius, callerChunkInfo);
+        cacheWriteGrid.initializeGrid(cacheImage, tileSize, radius);
     if (fromCache)
-        cacheReadGrid.initializeGrid(cacheImage, tileSize, radius, callerChunkInfo);
+        cacheReadGrid.initializeGrid(cacheImage, tileSize, radius);
     if (separate)
-        destGrid.initializeGrid(dst, tileSize, radius, callerChunkInfo);
+        destGrid.initializeGrid(dst, tileSize, radius);
     ImageModderMultiTileGrid& readGrid = fromCache ? cacheReadGrid : sourceGrid;
 
     std::mutex renderMutex;
@@ -338,4 +342,10 @@ int ImageModderMulti::getCachedIndex()
 {
     StateGuard guard(stateLock);
     return cachedIndex;
+}
+
+int ImageModderMulti::getCaptureIndex()
+{
+    StateGuard guard(stateLock);
+    return captureIndex;
 }

@@ -14,70 +14,83 @@
 // unchanged prefix of the chain, so that a re-render after a change to a late
 // filter starts from that result instead of from the source.
 //
-// The cache assumes the same source image from one render to the next.
+// The cache assumes the same source image from one render to the next. One
+// render runs at a time per renderer; a second call waits for the first.
 class ImageModderMulti
 {
 public:
-    bool keepCache = true;
-    bool runAsync = false;
-    int tileSize = 256;
-    FlexImage<float>* cacheImage = nullptr;
-    GrowArray<ImageMod*> mods;
-    int cachedIndex = -1;
-    int captureIndex = -1;
-    int spareIndex = -1;
-    ImageModChunkInfo* callerChunkInfo = nullptr;
-    bool finished = true;
-    bool completed = false;
-    bool cancelRequested = false;
-    float priority = 0.5f;
-    FlexImage<float>* srcFloat = nullptr;
-    FlexImage<float>* dstFloat = nullptr;
-    FlexImage<unsigned char>* srcByte = nullptr;
-    FlexImage<unsigned char>* dstByte = nullptr;
-    OVThreadLock* stateLock;
-    OVThreadSemaphore* renderSemaphore;
-    ImageModderMultiTileGrid sourceGrid;
-    ImageModderMultiTileGrid destGrid;
-    ImageModderMultiTileGrid cacheWriteGrid;
-    ImageModderMultiTileGrid cacheReadGrid;
-    // Tiles of the current render, for progress reports.
-    std::atomic<int> tilesFinished{0};
-    std::atomic<int> tilesTotal{0};
-
-    // The arguments are accepted and ignored: the tuning is fixed.
-    explicit ImageModderMulti(bool = true, bool = false, int = 256, float = 0.5f);
+    ImageModderMulti();
     ~ImageModderMulti();
     ImageModderMulti(ImageModderMulti const&) = delete;
     ImageModderMulti& operator=(ImageModderMulti const&) = delete;
 
-    // Renders src into dst, or in place when dst is null or src. With runAsync
-    // the call returns once the worker has started.
-    void applyMods(GrowArray<ImageMod*> const& chain, FlexImage<float>* src, FlexImage<float>* dst, int = 0,
-                   ImageModChunkInfo* = nullptr);
-    void applyMods(GrowArray<ImageMod*> const& chain, FlexImage<unsigned char>* src, FlexImage<unsigned char>* dst,
-                   int = 0, ImageModChunkInfo* = nullptr);
+    // Whether to reuse the result of an unchanged chain prefix and keep tile
+    // buffers between renders (on by default).
+    void setKeepCache(bool keep) { keepCache = keep; }
+    // The nominal inner tile edge in pixels (256 by default).
+    void setTileSize(int pixels) { tileSize = pixels > 0 ? pixels : 256; }
+    // 0 to 1: the work queue and worker priority (0.5, normal, by default).
+    void setPriority(float value) { priority = value; }
+
+    // Renders src into dst, or in place when dst is null or src, and returns
+    // when the render is done.
+    void applyMods(GrowArray<ImageMod*> const& chain, FlexImage<float>* src, FlexImage<float>* dst);
+    void applyMods(GrowArray<ImageMod*> const& chain, FlexImage<unsigned char>* src, FlexImage<unsigned char>* dst);
+    // The same on a worker thread of its own; returns once it has started.
+    // The images must outlive the render (see waitUntilFinished).
+    void applyModsAsync(GrowArray<ImageMod*> const& chain, FlexImage<float>* src, FlexImage<float>* dst);
+    void applyModsAsync(GrowArray<ImageMod*> const& chain, FlexImage<unsigned char>* src,
+                        FlexImage<unsigned char>* dst);
+
+    // Asks a running render to stop applying filters; tiles already read are
+    // still written, so the destination stays a whole image.
+    void cancel();
+    // Waits for a render (synchronous or not) to end.
+    void waitUntilFinished();
+    bool isFinished();
+    // Whether the last render ran to its end without being cancelled.
+    bool isCompleted();
+    // The finished share of the current render, 0 to 1.
+    float progress() const;
+    // The cache plan: the filter after which the cached result stands (-1:
+    // none), and the filter after which the last render stored its result.
+    int getCachedIndex();
+    int getCaptureIndex();
 
     // Compounds at exactly full amount are replaced by their sub-filters
     // (nothing when disabled); any other compound stays whole.
     static void flattenModsInto(GrowArray<ImageMod*> const& in, GrowArray<ImageMod*>* out);
 
-    // Asks a running render to stop applying filters; tiles already read are
-    // still written, so the destination stays a valid image.
-    void cancel();
-    // Waits for a render (synchronous or not) to end.
-    void waitUntilFinished();
-    bool isFinished();
-    bool isCompleted();
-    int getCachedIndex();
-    // The finished share of the current render, 0 to 1.
-    float progress() const;
-
 private:
+    bool keepCache = true;
+    int tileSize = 256;
+    float priority = 0.5f;
+    FlexImage<float>* cacheImage = nullptr;
+    // Deep copies of the flattened chain of the current (or last) render.
+    GrowArray<ImageMod*> mods;
+    int cachedIndex = -1;
+    int captureIndex = -1;
+    bool finished = true;
+    bool completed = false;
+    bool cancelRequested = false;
+    FlexImage<float>* srcFloat = nullptr;
+    FlexImage<float>* dstFloat = nullptr;
+    FlexImage<unsigned char>* srcByte = nullptr;
+    FlexImage<unsigned char>* dstByte = nullptr;
+    // Guards the flags, the cache indices and mods while it is replaced.
+    OVThreadLock* stateLock;
+    // Admits one render at a time.
+    OVThreadSemaphore* renderSemaphore;
+    ImageModderMultiTileGrid sourceGrid;
+    ImageModderMultiTileGrid destGrid;
+    ImageModderMultiTileGrid cacheWriteGrid;
+    ImageModderMultiTileGrid cacheReadGrid;
+    std::atomic<int> tilesFinished{0};
+    std::atomic<int> tilesTotal{0};
+
     template <typename T>
-    void beginRender(GrowArray<ImageMod*> const& chain, FlexImage<T>* src, FlexImage<T>* dst);
+    void beginRender(GrowArray<ImageMod*> const& chain, FlexImage<T>* src, FlexImage<T>* dst, bool async);
     void prepareRender(GrowArray<ImageMod*> const& chain, int sourceWidth, int sourceHeight);
-    void startRender();
     static void applyModsStatic(void* renderer);
     template <typename T>
     void applyModsInternal(FlexImage<T>* src, FlexImage<T>* dst);

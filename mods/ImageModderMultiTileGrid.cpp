@@ -13,29 +13,23 @@ int ImageModderMultiTileGrid::imageHeight() const
     return byteImage ? byteImage->height : (floatImage ? floatImage->height : 0);
 }
 
-void ImageModderMultiTileGrid::initializeGrid(FlexImage<float>* image, int tileSize, int haloRadius,
-                                              ImageModChunkInfo* info)
+void ImageModderMultiTileGrid::initializeGrid(FlexImage<float>* image, int tileSize, int haloRadius)
 {
     byteImage = nullptr;
     floatImage = image;
-    initializeGridInternal(image, tileSize, haloRadius, info);
+    initializeGridInternal(image, tileSize, haloRadius);
 }
 
-void ImageModderMultiTileGrid::initializeGrid(FlexImage<unsigned char>* image, int tileSize, int haloRadius,
-                                              ImageModChunkInfo* info)
+void ImageModderMultiTileGrid::initializeGrid(FlexImage<unsigned char>* image, int tileSize, int haloRadius)
 {
     floatImage = nullptr;
     byteImage = image;
-    initializeGridInternal(image, tileSize, haloRadius, info);
+    initializeGridInternal(image, tileSize, haloRadius);
 }
 
 template <typename T>
-void ImageModderMultiTileGrid::initializeGridInternal(FlexImage<T>* image, int tileSize, int haloRadius,
-                                                      ImageModChunkInfo* info)
+void ImageModderMultiTileGrid::initializeGridInternal(FlexImage<T>* image, int tileSize, int haloRadius)
 {
-    hasCallerChunkInfo = info != nullptr;
-    if (info)
-        callerChunkInfo = *info;
     radius = haloRadius;
     int const W = image->pixels ? image->width : 0;
     int const H = image->pixels ? image->height : 0;
@@ -133,16 +127,6 @@ FlexImage<float>* ImageModderMultiTileGrid::getReadTile(int index, ImageModChunk
         info->fullHeight = imageHeight();
         info->chunkX = p.readX;
         info->chunkY = p.readY;
-        if (hasCallerChunkInfo) {
-            if (callerChunkInfo.fullWidth > 0)
-                info->fullWidth = callerChunkInfo.fullWidth;
-            if (callerChunkInfo.fullHeight > 0)
-                info->fullHeight = callerChunkInfo.fullHeight;
-            if (callerChunkInfo.scale > 0.0f)
-                info->scale = callerChunkInfo.scale;
-            info->chunkX += callerChunkInfo.chunkX;
-            info->chunkY += callerChunkInfo.chunkY;
-        }
     }
     while (readDone.count <= index)
         readDone.add(false);

@@ -24,16 +24,14 @@ public:
     GrowArray<FlexImage<float>*> pendingWrites;
     GrowArray<bool> readDone;
     GrowArray<FlexImage<float>*> tilePool;
-    ImageModChunkInfo callerChunkInfo;
-    bool hasCallerChunkInfo = false;
 
     ImageModderMultiTileGrid() = default;
     ImageModderMultiTileGrid(ImageModderMultiTileGrid const&) = delete;
     ImageModderMultiTileGrid& operator=(ImageModderMultiTileGrid const&) = delete;
     ~ImageModderMultiTileGrid() { clearMemory(); }
 
-    void initializeGrid(FlexImage<float>* image, int tileSize, int haloRadius, ImageModChunkInfo* info);
-    void initializeGrid(FlexImage<unsigned char>* image, int tileSize, int haloRadius, ImageModChunkInfo* info);
+    void initializeGrid(FlexImage<float>* image, int tileSize, int haloRadius);
+    void initializeGrid(FlexImage<unsigned char>* image, int tileSize, int haloRadius);
 
     int tileCount() const { return tilesAcross * tilesDown; }
     // The caller owns the buffer until it gives it back.
@@ -53,7 +51,7 @@ private:
     };
 
     template <typename T>
-    void initializeGridInternal(FlexImage<T>* image, int tileSize, int haloRadius, ImageModChunkInfo* info);
+    void initializeGridInternal(FlexImage<T>* image, int tileSize, int haloRadius);
     Placement placement(int index) const;
     int imageWidth() const;
     int imageHeight() const;

@@ -20,6 +20,14 @@ void ImageModExposureCurve::setVersion(int v)
     updateNameToVersion();
 }
 
+bool ImageModExposureCurve::answersToName(GrowString const& requested, int* impliedVersion) const
+{
+    int const named = requested == "Gamma Curve" ? 2 : (requested == "Exposure Curve" ? 1 : 0);
+    if (named && impliedVersion)
+        *impliedVersion = named;
+    return named != 0;
+}
+
 void ImageModExposureCurve::updateNameToVersion()
 {
     if (version == 2) {

@@ -12,6 +12,9 @@ public:
     explicit ImageModExposureCurve(float amount = 1.0f, char const* curvePoints = "0 .5 1 .5");
 
     void setVersion(int v) override;
+    // "Gamma Curve" stands for version 2 and "Exposure Curve" for version 1,
+    // so a preset that names either without a version gets the rule it names.
+    bool answersToName(GrowString const& requested, int* impliedVersion) const override;
 
     template <typename T>
     void templateMod(FlexImage<T>* image, ImageModChunkInfo* info);

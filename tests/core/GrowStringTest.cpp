@@ -114,12 +114,12 @@ TEST(GrowString, EqualityComparesVisibleTextAndCount)
 TEST(GrowString, RemoveCharsRemovesExactlyOneCharacter)
 {
     GrowString s("hello");
-    s.removeChars(0, 5);
+    s.removeChars(0);
     EXPECT_STREQ(s.c_str(), "ello");
-    s.removeChars(3, 1);
+    s.removeChars(3);
     EXPECT_STREQ(s.c_str(), "ell");
-    s.removeChars(-1, 1);
-    s.removeChars(40, 1);
+    s.removeChars(-1);
+    s.removeChars(40);
     EXPECT_STREQ(s.c_str(), "ell");
 }
 

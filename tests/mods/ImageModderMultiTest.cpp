@@ -79,7 +79,7 @@ void expectTiledEqualsWhole(ImageMod* mod, int w, int h, int channels, bool inPl
                                                    : T(static_cast<unsigned char>(int(wholeFloat.pixels[i])));
 
     ImageModderMulti renderer;
-    renderer.tileSize = tileSize;
+    renderer.setTileSize(tileSize);
     GrowArray<ImageMod*> chain = chainOf({mod});
     if (inPlace) {
         renderer.applyMods(chain, source.get(), nullptr);
@@ -97,7 +97,7 @@ TEST(TileGrid, LayoutFollowsTheHaloRule)
 {
     FlexImage<float> image(1000, 10, 3);
     ImageModderMultiTileGrid grid;
-    grid.initializeGrid(&image, 256, 0, nullptr);
+    grid.initializeGrid(&image, 256, 0);
     EXPECT_EQ(grid.tilesAcross, 4);
     EXPECT_EQ(grid.tileWidth, 250);
     ImageModChunkInfo info;
@@ -109,7 +109,7 @@ TEST(TileGrid, LayoutFollowsTheHaloRule)
     }
     EXPECT_EQ(starts, (std::vector<int>{0, 250, 500, 750}));
 
-    grid.initializeGrid(&image, 256, 100, nullptr);
+    grid.initializeGrid(&image, 256, 100);
     EXPECT_EQ(grid.tilesAcross, 3);
     EXPECT_EQ(grid.tileWidth, 534);
     EXPECT_EQ(grid.tilesDown, 1) << "a tile spanning the height makes one row";
@@ -123,7 +123,7 @@ TEST(TileGrid, LayoutFollowsTheHaloRule)
     EXPECT_EQ(starts, (std::vector<int>{0, 234, 466}));
 
     FlexImage<float> small(40, 30, 3);
-    grid.initializeGrid(&small, 256, 10, nullptr);
+    grid.initializeGrid(&small, 256, 10);
     EXPECT_EQ(grid.tileCount(), 1);
     FlexImage<float>* tile = grid.getReadTile(0, &info);
     EXPECT_EQ(tile->width, 40);
@@ -137,7 +137,7 @@ TEST(TileGrid, HeldBackTileWaitsForAllNeighbours)
     FlexImage<float> image(600, 600, 3);
     std::fill(image.pixels, image.pixels + image.sampleCount(), 1.0f);
     ImageModderMultiTileGrid grid;
-    grid.initializeGrid(&image, 200, 10, nullptr);
+    grid.initializeGrid(&image, 200, 10);
     ASSERT_EQ(grid.tilesAcross, 3);
     ASSERT_EQ(grid.tilesDown, 3);
     FlexImage<float>* centre = grid.getReadTile(4, nullptr);
@@ -157,7 +157,7 @@ TEST(TileGrid, ByteWritesWrapInsteadOfClamping)
 {
     FlexImage<unsigned char> image(8, 8, 3);
     ImageModderMultiTileGrid grid;
-    grid.initializeGrid(&image, 256, 0, nullptr);
+    grid.initializeGrid(&image, 256, 0);
     FlexImage<float>* tile = grid.getReadTile(0, nullptr);
     std::fill(tile->pixels, tile->pixels + tile->sampleCount(), -1.0f);
     tile->pixels[0] = 256.0f;
@@ -226,20 +226,20 @@ TEST(Renderer, PrefixCacheSkipsTheUnchangedFilters)
     FlexImage<float> out;
     render(renderer, out);
     EXPECT_EQ(renderer.getCachedIndex(), -1) << "the first render has nothing to compare with";
-    EXPECT_EQ(renderer.captureIndex, -1);
+    EXPECT_EQ(renderer.getCaptureIndex(), -1);
 
     third.setFloatVar(0, 0.8f);
     render(renderer, out);
-    EXPECT_EQ(renderer.captureIndex, 1) << "captures after the last unchanged filter";
+    EXPECT_EQ(renderer.getCaptureIndex(), 1) << "captures after the last unchanged filter";
     EXPECT_EQ(renderer.getCachedIndex(), 1);
 
     third.setFloatVar(0, 1.4f);
     render(renderer, out);
-    EXPECT_EQ(renderer.captureIndex, -1);
+    EXPECT_EQ(renderer.getCaptureIndex(), -1);
     EXPECT_EQ(renderer.getCachedIndex(), 1) << "starts from the cache and applies only the last filter";
 
     render(renderer, out);
-    EXPECT_EQ(renderer.captureIndex, -1) << "an unchanged chain requests no capture";
+    EXPECT_EQ(renderer.getCaptureIndex(), -1) << "an unchanged chain requests no capture";
     EXPECT_EQ(renderer.getCachedIndex(), 1);
 
     first.setFloatVar(0, 0.9f);
@@ -294,7 +294,7 @@ TEST(Renderer, ManyRenderersAtOnceFromSeveralThreads)
         threads.emplace_back([&] {
             for (int round = 0; round < 3; ++round) {
                 ImageModderMulti renderer;
-                renderer.tileSize = 64;
+                renderer.setTileSize(64);
                 FlexImage<float> out;
                 renderer.applyMods(chainOf({&contrast}), source.get(), &out);
                 if (!sameColours(out, expected))
@@ -315,26 +315,24 @@ TEST(Renderer, AsynchronousRenderAndCancel)
     slow.applyMod(&expected, nullptr);
 
     ImageModderMulti renderer;
-    renderer.tileSize = 32;
-    renderer.runAsync = true;
+    renderer.setTileSize(32);
     FlexImage<float> out;
-    renderer.applyMods(chainOf({&slow}), source.get(), &out);
+    renderer.applyModsAsync(chainOf({&slow}), source.get(), &out);
     renderer.waitUntilFinished();
     EXPECT_TRUE(renderer.isCompleted());
     EXPECT_TRUE(sameColours(out, expected));
 
     FlexImage<float> cancelled;
     slow.setFloatVar(0, 1.3f);
-    renderer.keepCache = false;
-    renderer.applyMods(chainOf({&slow}), source.get(), &cancelled);
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    renderer.setKeepCache(false);
+    renderer.applyModsAsync(chainOf({&slow}), source.get(), &cancelled);
     renderer.cancel();
     renderer.waitUntilFinished();
     EXPECT_TRUE(renderer.isFinished());
     EXPECT_EQ(cancelled.width, 640) << "the destination stays a whole image";
     EXPECT_EQ(cancelled.height, 480);
+    EXPECT_FALSE(renderer.isCompleted()) << "a cancel made right after the start is not lost";
 
-    renderer.runAsync = false;
     slow.setFloatVar(0, 1.2f);
     FlexImage<float> again;
     renderer.applyMods(chainOf({&slow}), source.get(), &again);

@@ -233,7 +233,7 @@ TEST(SpatialFilters, GrainIsTheSameOnEveryRunAndEveryTiling)
         EXPECT_TRUE(identical(whole, again)) << "mode " << mode;
 
         ImageModderMulti renderer;
-        renderer.tileSize = 8;
+        renderer.setTileSize(8);
         GrowArray<ImageMod*> chain;
         chain.add(&grain);
         renderer.applyMods(chain, &tiled, nullptr);
@@ -263,7 +263,7 @@ TEST(SpatialFilters, BlurWithAHaloWiderThanTheTileRendersLikeTheWholeImage)
         tiled.copyFromImage(whole, true);
         blur.applyMod(&whole, nullptr);
         ImageModderMulti renderer;
-        renderer.tileSize = 16;
+        renderer.setTileSize(16);
         GrowArray<ImageMod*> chain;
         chain.add(&blur);
         renderer.applyMods(chain, &tiled, nullptr);
