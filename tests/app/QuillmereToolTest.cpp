@@ -152,3 +152,25 @@ TEST_F(QuillmereTool, OneBadPhotoInABatchDoesNotStopTheOthers)
     EXPECT_TRUE(QFile::exists(path("out/photo.jpg")));
     EXPECT_EQ(QDir(path("out")).entryList(QDir::Files).size(), 1);
 }
+
+TEST_F(QuillmereTool, APresetStepThatNamesNoFilterIsReported)
+{
+    QFile preset(path("partly.qmf"));
+    ASSERT_TRUE(preset.open(QIODevice::WriteOnly));
+    preset.write("<filter version=\"1\">\n<mod name=\"Teleport\" />\n"
+                 "<mod name=\"Brightness\"><var name=\"Amount\" type=\"float\">1.2</var></mod>\n</filter>\n");
+    preset.close();
+
+    ToolRun const strict = quillmere({"apply", "--preset", "partly.qmf", "photo.jpg", "-o", "a.jpg"}, dir.path());
+    EXPECT_EQ(strict.status, 1);
+    EXPECT_TRUE(strict.err.contains("step \"Teleport\" names no filter")) << strict.err.toStdString();
+    EXPECT_TRUE(strict.err.contains("--lenient")) << strict.err.toStdString();
+    EXPECT_FALSE(QFile::exists(path("a.jpg")));
+
+    ToolRun const lenient =
+        quillmere({"apply", "--lenient", "--preset", "partly.qmf", "photo.jpg", "-o", "a.jpg"}, dir.path());
+    EXPECT_EQ(lenient.status, 0) << lenient.err.toStdString();
+    EXPECT_TRUE(lenient.err.contains("step \"Teleport\" names no filter")) << "still said, once";
+    EXPECT_EQ(lenient.err.count('\n'), 1);
+    EXPECT_TRUE(QFile::exists(path("a.jpg")));
+}

@@ -30,13 +30,15 @@ protected:
         XmlNode* filter = root.findSubnode("filter");
         EXPECT_NE(filter, nullptr);
         deleteMods(built);
-        built = createModsFromXML(filter, &compounds, prototypes, &error);
+        skipped.release();
+        built = createModsFromXML(filter, &compounds, prototypes, &error, &skipped);
         return built;
     }
 
     GrowArray<ImageMod*> prototypes;
     GrowArray<ImageMod*> compounds;
     GrowArray<ImageMod*> built;
+    GrowArray<GrowString> skipped;
     int error = 0;
 };
 
@@ -105,6 +107,28 @@ TEST_F(PresetReader, UnknownFiltersAreSkippedAndReported)
     EXPECT_STREQ(mods[0]->name.c_str(), "Brightness");
     EXPECT_STREQ(mods[1]->name.c_str(), "Sharpen");
     EXPECT_EQ(error, 2);
+    ASSERT_EQ(skipped.count, 2) << "each skipped step is named for the caller to report";
+    EXPECT_STREQ(skipped[0].c_str(), "Teleport");
+    EXPECT_STREQ(skipped[1].c_str(), "");
+}
+
+// The exposure curve is named after its rule: "Gamma Curve" is version 2,
+// "Exposure Curve" every other version. A preset naming either gets the
+// rule it names; an explicit version wins and renames the filter.
+TEST_F(PresetReader, AFilterNamedAfterItsVersionLoadsTheRuleItNames)
+{
+    auto& mods = read("<mod name=\"Exposure Curve\" />\n<mod name=\"Gamma Curve\" />\n"
+                      "<mod name=\"Gamma Curve\" version=\"1\" />\n<mod name=\"Exposure Curve\" version=\"2\" />\n");
+    ASSERT_EQ(mods.count, 4);
+    EXPECT_EQ(mods[0]->version, 1);
+    EXPECT_STREQ(mods[0]->name.c_str(), "Exposure Curve");
+    EXPECT_EQ(mods[1]->version, 2);
+    EXPECT_STREQ(mods[1]->name.c_str(), "Gamma Curve");
+    EXPECT_EQ(mods[2]->version, 1);
+    EXPECT_STREQ(mods[2]->name.c_str(), "Exposure Curve");
+    EXPECT_EQ(mods[3]->version, 2);
+    EXPECT_STREQ(mods[3]->name.c_str(), "Gamma Curve");
+    EXPECT_EQ(error, 0);
 }
 
 TEST_F(PresetReader, VersionEnabledAndAttributes)
