@@ -1,6 +1,6 @@
 # The whole set-up on a fresh Debian 12 machine: `make demo` and `make test`.
 
-PACKAGES := g++ cmake make pkg-config qtbase5-dev fonts-dejavu-core libgtest-dev libgmock-dev libbenchmark-dev
+PACKAGES := g++ cmake make pkg-config qtbase5-dev libvips-dev fonts-dejavu-core libgtest-dev libgmock-dev libbenchmark-dev
 , := ,
 JOBS     := $(shell nproc 2>/dev/null || echo 2)
 SUDO     := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
@@ -12,7 +12,7 @@ BENCH_DIR := build/bench
 
 CMAKE_CONFIGURE = cmake -S . -B $(1) -DCMAKE_BUILD_TYPE=$(2) $(3) >/dev/null
 
-.PHONY: deps build test test-asan test-tsan demo bench clean
+.PHONY: deps build test test-asan test-tsan demo bench fuzz fuzz-deps clean
 
 # Installs only what is missing, so a second run costs one dpkg query.
 deps:
@@ -33,7 +33,7 @@ test: build
 	cd $(BUILD_DIR) && ctest --output-on-failure -j $(JOBS)
 
 test-asan: deps
-	$(call CMAKE_CONFIGURE,$(ASAN_DIR),RelWithDebInfo,-DQUILLMERE_SANITIZE=address$(,)undefined)
+	$(call CMAKE_CONFIGURE,$(ASAN_DIR),RelWithDebInfo,-DQUILLMERE_SANITIZE=address$(,)undefined$(,)float-cast-overflow)
 	cmake --build $(ASAN_DIR) -j $(JOBS)
 	cd $(ASAN_DIR) && UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1 LSAN_OPTIONS=fast_unwind_on_malloc=0:print_suppressions=0:suppressions=$(CURDIR)/tests/lsan.supp ctest --output-on-failure -j $(JOBS)
 
@@ -42,6 +42,35 @@ test-tsan: deps
 	$(call CMAKE_CONFIGURE,$(TSAN_DIR),RelWithDebInfo,-DQUILLMERE_SANITIZE=thread)
 	cmake --build $(TSAN_DIR) -j $(JOBS)
 	cd $(TSAN_DIR) && TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1:suppressions=$(CURDIR)/tests/tsan.supp ctest --output-on-failure -R '^(Renderer|ParallelDispatch|Threading|TileGrid)\.'
+
+# The fuzzers (clang's libFuzzer, everything under address and undefined-
+# behaviour sanitizers), each for FUZZ_SECONDS. New inputs collect in
+# build/fuzz/corpus; a crash leaves its input in build/fuzz/artifacts and
+# fails the run: copy it to tests/fuzz/regressions/TARGET so that make test
+# replays it from then on.
+FUZZ_DIR      := build/fuzz
+FUZZ_SECONDS  ?= 60
+FUZZ_TARGETS  := xml_reader preset_reader preset_render image_load
+FUZZ_PACKAGES := clang libclang-rt-14-dev
+
+fuzz-deps: deps
+	@$(MAKE) --no-print-directory deps PACKAGES="$(FUZZ_PACKAGES)"
+
+fuzz: fuzz-deps
+	CC=clang CXX=clang++ $(call CMAKE_CONFIGURE,$(FUZZ_DIR),RelWithDebInfo,-DQUILLMERE_FUZZ=ON)
+	cmake --build $(FUZZ_DIR) -j $(JOBS) --target make_fuzz_seeds $(addprefix fuzz_,$(FUZZ_TARGETS))
+	@mkdir -p $(FUZZ_DIR)/seeds $(addprefix $(FUZZ_DIR)/corpus/,$(FUZZ_TARGETS)) $(addprefix $(FUZZ_DIR)/artifacts/,$(FUZZ_TARGETS))
+	$(FUZZ_DIR)/tests/fuzz/make_fuzz_seeds $(FUZZ_DIR)/seeds $(FUZZ_DIR)/preset.dict
+	@for target in $(FUZZ_TARGETS); do \
+	  case $$target in image_load) extra="-max_len=200000";; \
+	    *) extra="-max_len=65536 -dict=$(FUZZ_DIR)/preset.dict $(FUZZ_DIR)/seeds resources/Default?Presets";; esac; \
+	  echo "== fuzzing $$target for $(FUZZ_SECONDS) s"; \
+	  VIPS_CONCURRENCY=1 $(FUZZ_DIR)/tests/fuzz/fuzz_$$target -max_total_time=$(FUZZ_SECONDS) -timeout=20 -rss_limit_mb=3000 \
+	    -print_final_stats=1 -artifact_prefix=$(FUZZ_DIR)/artifacts/$$target/ \
+	    $(FUZZ_DIR)/corpus/$$target tests/fuzz/seeds/$$target tests/fuzz/regressions/$$target $$extra \
+	    2>&1 | grep -E '^(stat::|==|SUMMARY|ERROR|artifact)|Done ' || exit 1; \
+	  test -z "$$(ls $(FUZZ_DIR)/artifacts/$$target)" || { echo "fuzz_$$target found a fault"; exit 1; }; \
+	done
 
 DEMO_DIR    := demo-output
 DEMO_PHOTO  := resources/samples/seeding.jpg

@@ -1,11 +1,16 @@
 // "quillmere apply": a preset over photos at full size, saved as JPEG.
 #include <QDir>
 #include <QFileInfo>
+#include <QHash>
 #include <QTextStream>
 
 #include "app/CommandLine.h"
 #include "app/Progress.h"
+#include <unistd.h>
+
 #include "extension/EditingSession.h"
+#include "extension/FileNames.h"
+#include "extension/ImageFiles.h"
 
 namespace {
 
@@ -13,7 +18,7 @@ struct ApplyOptions
 {
     QString preset;
     float amount = 1.0f;
-    int quality = 100;
+    PhotoWriteOptions writing;
     QString output;
     QString outputFolder;
     QStringList photos;
@@ -26,13 +31,13 @@ struct ApplyOptions
 ImageModCompound* choosePreset(EditingSession& session, QString const& preset, bool lenient)
 {
     PresetLibrary::Entry const* entry = nullptr;
-    bool const isFile = preset.endsWith(".qmf", Qt::CaseInsensitive) || QFileInfo(preset).isFile();
+    bool const isFile = preset.endsWith(".qmf", Qt::CaseInsensitive) || isRegularFile(preset);
     if (isFile) {
-        if (!QFileInfo(preset).isFile()) {
+        if (!pathExists(preset)) {
             reportError(preset, "no such preset file");
             return nullptr;
         }
-        if (!session.library.loadFile(preset.toUtf8().constData(), "file", session.prototypes)) {
+        if (!session.library.loadFile(fileNameToSystem(preset).constData(), "file", session.prototypes)) {
             reportError(preset, session.library.refused.last().reason.c_str());
             return nullptr;
         }
@@ -45,7 +50,7 @@ ImageModCompound* choosePreset(EditingSession& session, QString const& preset, b
             return nullptr;
         }
     }
-    if (reportSkippedSteps(*entry) > 0 && !lenient) {
+    if (reportPresetNotes(*entry) > 0 && !lenient) {
         reportError(entry->path.c_str(), "not rendered: the preset is incomplete (--lenient renders it anyway)");
         return nullptr;
     }
@@ -61,16 +66,37 @@ QString outputFor(ApplyOptions const& options, QString const& photo)
 
 bool checkOutputFolder(QString const& folder)
 {
-    QFileInfo const info(folder);
-    if (!info.exists())
+    if (!pathExists(folder))
         reportError(folder, "folder does not exist");
-    else if (!info.isDir())
+    else if (!isFolder(folder))
         reportError(folder, "is not a folder");
-    else if (!info.isWritable())
+    else if (::access(fileNameToSystem(folder).constData(), W_OK) != 0)
         reportError(folder, "folder is not writable");
     else
         return true;
     return false;
+}
+
+// Two photos of a batch that would be written to one name ("a/photo.jpg"
+// and "b/photo.png" both to "out/photo.jpg"): each clash is said, and
+// nothing is rendered, so no result is ever lost to another.
+bool reportOutputClashes(ApplyOptions const& options)
+{
+    QHash<QString, QString> firstFor;
+    bool clash = false;
+    for (QString const& photo : options.photos) {
+        QString const target = QFileInfo(outputFor(options, photo)).absoluteFilePath();
+        auto const earlier = firstFor.constFind(target);
+        if (earlier == firstFor.constEnd()) {
+            firstFor.insert(target, photo);
+            continue;
+        }
+        reportError(outputFor(options, photo),
+                    QString("both %1 and %2 would be written here; render them into separate folders")
+                        .arg(earlier.value(), photo));
+        clash = true;
+    }
+    return clash;
 }
 
 // Reads the command's options; returns ExitOk to go on, else the status.
@@ -91,11 +117,14 @@ int readOptions(QCommandLineParser const& parser, ApplyOptions* options)
         return usageError("apply", "-o takes one photo; use --out-dir DIR for several");
     bool ok = false;
     options->amount = parser.value("amount").toFloat(&ok) / 100.0f;
-    if (!ok || options->amount < 0.0f || options->amount > 1.0f)
+    if (!ok || !(options->amount >= 0.0f && options->amount <= 1.0f))
         return usageError("apply", "--amount needs a number from 0 to 100");
-    options->quality = parser.value("quality").toInt(&ok);
-    if (!ok || options->quality < 0 || options->quality > 100)
-        return usageError("apply", "--quality needs a number from 0 to 100");
+    options->writing.quality = parser.value("quality").toInt(&ok);
+    if (!ok || options->writing.quality < 1 || options->writing.quality > 100)
+        return usageError("apply", "--quality needs a whole number from 1 to 100");
+    options->writing.keepMetadata = !parser.isSet("strip-metadata");
+    if (!options->output.isEmpty() && imageFormatFor(options->output) == ImageFormat::Unknown)
+        return usageError("apply", "-o " + options->output + ": " + knownImageFormats());
     return ExitOk;
 }
 
@@ -107,25 +136,32 @@ bool renderOne(EditingSession& session, ApplyOptions const& options, int i, Prog
     QString const target = outputFor(options, photo);
     QString const label = QFileInfo(photo).fileName();
     int const total = options.photos.size();
+    QString error;
     if (isOneOf(target, options.photos)) {
         reportError(target, "would write over an input photo; choose another output");
         return false;
     }
-    QString error;
+    if (!checkOutputPath(target, &error)) {
+        reportError(target, error);
+        return false;
+    }
     progress.show(i, total, 0.0f, label);
     if (!session.startWithPhoto(photo, 0, &error)) {
         progress.clear();
         reportError(photo, error);
         return false;
     }
-    auto const showProgress = [&](float done) { progress.show(i, total, done, label); };
-    if (!session.finish(target, options.quality, nullptr, &error, showProgress)) {
+    auto const showProgress = [&](float done) {
+        progress.show(i, total, done, label);
+        return true;
+    };
+    if (!session.finish(target, options.writing, nullptr, &error, showProgress)) {
         progress.clear();
         reportError(target, error);
         return false;
     }
     progress.clear();
-    QTextStream(stdout) << target << "\n";
+    printPath(target);
     return true;
 }
 
@@ -136,11 +172,15 @@ int runApply(QStringList const& args)
     QCommandLineParser parser;
     parser.addOption({"preset", "The preset, by name or as a .qmf file.", "NAME|FILE"});
     parser.addOption({"amount", "How strongly to apply it, 0 to 100 (default 100).", "PERCENT", "100"});
-    parser.addOption({QStringList{"o", "output"}, "Write the result to FILE (one photo only).", "FILE"});
+    parser.addOption({QStringList{"o", "output"},
+                      "Write the result to FILE (one photo only), as JPEG, PNG, TIFF or WebP by its extension.",
+                      "FILE"});
     parser.addOption({"out-dir", "Write each result to DIR/NAME.jpg.", "DIR"});
-    parser.addOption({"quality", "JPEG quality, 0 to 100 (default 100).", "Q", "100"});
+    parser.addOption({"quality", "JPEG or WebP quality, 1 to 100 (default 100).", "Q", "100"});
+    parser.addOption({"strip-metadata", "Leave out the photo's EXIF, XMP and colour profile."});
     parser.addOption(maxMegapixelsOption());
-    parser.addOption({"lenient", "Render even when a preset step names no filter (that step is skipped)."});
+    parser.addOption({"lenient", "Render even when the preset has mistakes (steps naming no filter are skipped, "
+                                 "values the filters cannot use are ignored)."});
     parser.addPositionalArgument("PHOTO...", "The photos to render.");
     int status = ExitOk;
     if (!parseCommand(parser, "apply",
@@ -156,6 +196,8 @@ int runApply(QStringList const& args)
         return ExitUsage;
     if (!options.outputFolder.isEmpty() && !checkOutputFolder(options.outputFolder))
         return ExitFailed;
+    if (reportOutputClashes(options))
+        return ExitUsage;
     ImageModCompound* preset = choosePreset(session, options.preset, options.lenient);
     if (!preset)
         return ExitFailed;

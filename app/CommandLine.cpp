@@ -1,13 +1,26 @@
 #include "app/CommandLine.h"
 
+#include <cstdio>
+
 #include <QFileInfo>
 #include <QTextStream>
 
+#include "extension/FileNames.h"
 #include "extension/ImageFiles.h"
 
 void reportError(QString const& subject, QString const& reason)
 {
-    QTextStream(stderr) << "quillmere: " << subject << ": " << reason << "\n";
+    // The subject as the system names it: a file name that is not UTF-8
+    // shows as its own bytes.
+    QByteArray const line = "quillmere: " + fileNameToSystem(subject) + ": " + reason.toUtf8() + "\n";
+    std::fwrite(line.constData(), 1, size_t(line.size()), stderr);
+}
+
+void printPath(QString const& path)
+{
+    QByteArray const line = fileNameToSystem(path) + "\n";
+    std::fwrite(line.constData(), 1, size_t(line.size()), stdout);
+    std::fflush(stdout);
 }
 
 int usageError(QString const& command, QString const& message)
@@ -53,19 +66,37 @@ bool readMaxMegapixels(QCommandLineParser const& parser, QString const& command,
 {
     bool ok = false;
     *value = parser.value("max-megapixels").toDouble(&ok);
-    if (!ok || *value <= 0.0) {
+    if (!ok || !(*value > 0.0 && *value < 1e12)) {
         usageError(command, "--max-megapixels needs a positive number");
         return false;
     }
     return true;
 }
 
-int reportSkippedSteps(PresetLibrary::Entry const& entry)
+namespace {
+
+QString skippedStepText(GrowString const& name)
 {
-    for (GrowString const& name : entry.skippedSteps)
-        reportError(entry.path.c_str(),
-                    QString("step \"%1\" names no filter; it is skipped").arg(QString::fromUtf8(name.c_str())));
-    return entry.skippedSteps.count;
+    QString const shown = QString::fromUtf8(name.c_str()).left(80);
+    QString text = QString("step \"%1\" names no filter; it is skipped").arg(shown);
+    // <mod name="X"/> reads as the name X" in this format: say how to write it.
+    if (shown.endsWith('"'))
+        text += " (a tag that closes itself needs a space before \"/>\")";
+    return text;
+}
+
+} // namespace
+
+int reportPresetNotes(PresetLibrary::Entry const& entry)
+{
+    PresetReadReport const& report = entry.report;
+    for (GrowString const& name : report.unknownFilters)
+        reportError(entry.path.c_str(), skippedStepText(name));
+    for (GrowString const& mistake : report.mistakes)
+        reportError(entry.path.c_str(), QString::fromUtf8(mistake.c_str()));
+    for (GrowString const& warning : report.warnings)
+        reportError(entry.path.c_str(), QString::fromUtf8(warning.c_str()));
+    return report.unknownFilters.count + report.mistakes.count;
 }
 
 void reportPresetProblems(PresetLibrary const& library)
@@ -73,18 +104,14 @@ void reportPresetProblems(PresetLibrary const& library)
     for (PresetLibrary::Refusal const& refusal : library.refused)
         reportError(refusal.path.c_str(), refusal.reason.c_str());
     for (PresetLibrary::Entry const& entry : library.entries)
-        reportSkippedSteps(entry);
+        reportPresetNotes(entry);
 }
 
 bool isOneOf(QString const& output, QStringList const& inputs)
 {
-    QFileInfo const target(output);
-    for (QString const& input : inputs) {
-        QFileInfo const info(input);
-        if (info.absoluteFilePath() == target.absoluteFilePath())
+    QString const target = QFileInfo(output).absoluteFilePath();
+    for (QString const& input : inputs)
+        if (QFileInfo(input).absoluteFilePath() == target || isSameFile(input, output))
             return true;
-        if (info.exists() && target.exists() && info.canonicalFilePath() == target.canonicalFilePath())
-            return true;
-    }
     return false;
 }

@@ -12,6 +12,8 @@ enum ExitStatus { ExitOk = 0, ExitFailed = 1, ExitUsage = 2 };
 
 // One line on standard error: "quillmere: SUBJECT: reason".
 void reportError(QString const& subject, QString const& reason);
+// Prints a path on standard output, one line, with its own bytes.
+void printPath(QString const& path);
 // One line on standard error for a mistake in the command itself, with a
 // pointer to --help.
 int usageError(QString const& command, QString const& message);
@@ -27,9 +29,10 @@ bool parseCommand(QCommandLineParser& parser, QString const& command, QString co
 QCommandLineOption maxMegapixelsOption();
 bool readMaxMegapixels(QCommandLineParser const& parser, QString const& command, double* value);
 
-// One line per preset step that named no filter and was skipped; returns
-// how many there were.
-int reportSkippedSteps(PresetLibrary::Entry const& entry);
+// One line for each thing the preset's author should hear about: steps
+// skipped, values the filters do not use, numbers outside their range.
+// Returns the count of mistakes (everything but range warnings).
+int reportPresetNotes(PresetLibrary::Entry const& entry);
 // The presets that could not be loaded and the steps that were skipped,
 // one line each.
 void reportPresetProblems(PresetLibrary const& library);

@@ -11,6 +11,10 @@
 
 namespace {
 
+// Thumbnails larger than this make a sheet of hundreds of megapixels
+// without showing a look any better.
+constexpr int largestThumbnailSide = 1024;
+
 bool parseSize(QString const& text, int* width, int* height)
 {
     QRegularExpressionMatch const match = QRegularExpression("^(\\d{1,4})[xX](\\d{1,4})$").match(text);
@@ -18,7 +22,7 @@ bool parseSize(QString const& text, int* width, int* height)
         return false;
     *width = match.captured(1).toInt();
     *height = match.captured(2).toInt();
-    return *width > 0 && *height > 0;
+    return *width > 0 && *height > 0 && *width <= largestThumbnailSide && *height <= largestThumbnailSide;
 }
 
 } // namespace
@@ -27,8 +31,10 @@ int runThumbnails(QStringList const& args)
 {
     QCommandLineParser parser;
     QCommandLineOption const output(QStringList{"o", "output"},
-                                    "Write the contact sheet to FILE (PNG, or JPEG when FILE ends in .jpg).", "FILE");
-    QCommandLineOption const size("size", "Thumbnail size (default 80x50).", "WxH", "80x50");
+                                    "Write the contact sheet to FILE (PNG, JPEG, TIFF or WebP by its extension).",
+                                    "FILE");
+    QCommandLineOption const size("size", "Thumbnail size, each side at most 1024 (default 80x50).", "WxH",
+                                  "80x50");
     QCommandLineOption const columns("columns", "Thumbnails per row (default 4).", "N", "4");
     parser.addOption(output);
     parser.addOption(size);
@@ -50,7 +56,7 @@ int runThumbnails(QStringList const& args)
     int width = 0;
     int height = 0;
     if (!parseSize(parser.value(size), &width, &height))
-        return usageError("thumbnails", "--size needs WIDTHxHEIGHT, e.g. 320x200");
+        return usageError("thumbnails", "--size needs WIDTHxHEIGHT, each from 1 to 1024, e.g. 320x200");
     bool columnsOk = false;
     int const columnCount = parser.value(columns).toInt(&columnsOk);
     if (!columnsOk || columnCount < 1)
@@ -59,30 +65,39 @@ int runThumbnails(QStringList const& args)
     if (!readMaxMegapixels(parser, "thumbnails", &session.maxMegapixels))
         return ExitUsage;
     QString const sheetPath = parser.value(output);
+    if (imageFormatFor(sheetPath) == ImageFormat::Unknown)
+        return usageError("thumbnails", "-o " + sheetPath + ": " + knownImageFormats());
     if (isOneOf(sheetPath, photos)) {
         reportError(sheetPath, "is the input photo; choose another output file");
         return ExitFailed;
     }
 
     QString error;
-    if (!session.startWithPhoto(photos[0], std::max(1280, 2 * std::max(width, height)), &error)) {
+    if (!checkOutputPath(sheetPath, &error)) {
+        reportError(sheetPath, error);
+        return ExitFailed;
+    }
+    if (!session.openPhoto(photos[0], std::max(1280, 2 * std::max(width, height)), &error)) {
         reportError(photos[0], error);
         return ExitFailed;
     }
     EditingSession::makeThumbnailSource(session.displayImageOriginal, &session.thumbImageOriginal, width, height);
     session.loadStandardPresets();
+    reportPresetProblems(session.library);
     QVector<QImage> thumbnails{QImageFromFlexImage(&session.thumbImageOriginal)};
     QStringList names{"Original"};
     for (int i = 0; i < session.presetCount(); ++i) {
         thumbnails << session.renderThumbnail(i);
         names << session.preset(i)->name.c_str();
     }
-    bool const asJpeg = sheetPath.endsWith(".jpg", Qt::CaseInsensitive) || sheetPath.endsWith(".jpeg", Qt::CaseInsensitive);
-    QImage const sheet = makeContactSheet(thumbnails, names, columnCount);
-    if (!writeImageFile(sheet, sheetPath, asJpeg ? "jpeg" : "png", asJpeg ? 90 : -1, &error)) {
+    FlexImage<unsigned char> sheet;
+    flexImageFromQImage(makeContactSheet(thumbnails, names, columnCount), &sheet);
+    PhotoWriteOptions writing;
+    writing.quality = 90;
+    if (!writePhoto(sheet, PhotoMetadata(), sheetPath, writing, &error)) {
         reportError(sheetPath, error);
         return ExitFailed;
     }
-    QTextStream(stdout) << sheetPath << "\n";
+    printPath(sheetPath);
     return ExitOk;
 }

@@ -2,11 +2,14 @@
 #include <QGuiApplication>
 #include <QTextStream>
 
+#include <cstdio>
 #include <cstdlib>
+#include <new>
 #include <cstring>
 #include <memory>
 
 #include "app/CommandLine.h"
+#include "extension/FileNames.h"
 
 namespace {
 
@@ -52,12 +55,15 @@ std::unique_ptr<QCoreApplication> makeApplication(int& argc, char** argv)
 
 } // namespace
 
-int main(int argc, char** argv)
+int runCommand(int argc, char** argv)
 {
     std::unique_ptr<QCoreApplication> const app = makeApplication(argc, argv);
     QCoreApplication::setApplicationName("quillmere");
     QCoreApplication::setApplicationVersion(QUILLMERE_VERSION);
-    QStringList const args = QCoreApplication::arguments().mid(1);
+    // Each argument keeps its bytes: a file name need not be UTF-8.
+    QStringList args;
+    for (int i = 1; i < argc; ++i)
+        args << fileNameFromSystem(QByteArray(argv[i]));
     if (args.isEmpty()) {
         QTextStream(stderr) << overview;
         return ExitUsage;
@@ -82,4 +88,14 @@ int main(int argc, char** argv)
     QTextStream(stderr) << "quillmere: unknown command '" << command << "'\n"
                         << "Try 'quillmere --help'.\n";
     return ExitUsage;
+}
+
+int main(int argc, char** argv)
+{
+    try {
+        return runCommand(argc, argv);
+    } catch (std::bad_alloc const&) {
+        std::fputs("quillmere: out of memory\n", stderr);
+        return ExitFailed;
+    }
 }

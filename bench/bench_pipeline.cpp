@@ -1,13 +1,10 @@
 // The main job on a 24-megapixel photo (the sample photo scaled to
-// 6000 x 4000 and saved as JPEG at quality 95): decode, render and encode
-// timed separately, for a tone-only preset and for one with blur and grain,
-// beside a plain decode plus encode of the same photo (the floor). Also the
-// thumbnail strip: every shipped preset over the 80 x 50 source.
+// 6000 x 4000 and saved as JPEG at quality 95): decode, render (8-bit, in
+// tiles) and encode timed separately, for a tone-only preset and for one
+// with blur and grain. Also the thumbnail strip: every shipped preset over
+// the 80 x 50 source. The whole tool against its peers is bench/peers.sh.
 #include <benchmark/benchmark.h>
 
-#include <QBuffer>
-#include <QImageReader>
-#include <QImageWriter>
 #include <QTemporaryDir>
 
 #include <memory>
@@ -27,36 +24,29 @@ QString const& largePhoto()
 {
     static QTemporaryDir folder;
     static QString const path = [] {
-        QImageReader reader(QUILLMERE_SOURCE_RESOURCES "/samples/seeding.jpg");
-        QImage const photo = reader.read().scaled(6000, 4000, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+        Photo sample;
+        QString error;
+        readPhoto(QUILLMERE_SOURCE_RESOURCES "/samples/seeding.jpg", PhotoReadOptions(), &sample, &error);
+        QImage const scaled = QImage(sample.bytes.pixels, sample.bytes.width, sample.bytes.height,
+                                     sample.bytes.width * 3, QImage::Format_RGB888)
+                                  .scaled(6000, 4000, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+        FlexImage<unsigned char> large;
+        flexImageFromQImage(scaled, &large);
         QString const file = folder.filePath("large.jpg");
-        QImageWriter writer(file, "jpeg");
-        writer.setQuality(95);
-        writer.write(photo);
+        PhotoWriteOptions writing;
+        writing.quality = 95;
+        writePhoto(large, PhotoMetadata(), file, writing, &error);
         return file;
     }();
     return path;
 }
 
-QByteArray encodeJpeg(QImage const& image)
+Photo& decodedPhoto()
 {
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    QImageWriter writer(&buffer, "jpeg");
-    writer.setQuality(100);
-    writer.write(image);
-    return bytes;
-}
-
-FlexImage<float>& decodedPhoto()
-{
-    static FlexImage<float> photo;
-    if (!photo.pixels) {
-        QImage image;
+    static Photo photo;
+    if (!photo.bytes.pixels) {
         QString error;
-        readImageFile(largePhoto(), defaultMaxMegapixels, &image, &error);
-        flexImageFromQImage(image, &photo);
+        readPhoto(largePhoto(), PhotoReadOptions(), &photo, &error);
     }
     return photo;
 }
@@ -84,37 +74,20 @@ std::string const blurGrainPreset = "<mod name=\"Blur\"><var name=\"Amount\" typ
                                     "<var name=\"Mix\" type=\"float\">40</var></mod>\n"
                                     "<mod name=\"Noise\"><var name=\"Amount\" type=\"float\">20</var></mod>\n";
 
-void BM_FloorDecodeAndEncode(benchmark::State& state)
+QString const& outputFile()
 {
-    qsizetype bytes = 0;
-    for (auto _ : state) {
-        QImage image;
-        QString error;
-        readImageFile(largePhoto(), defaultMaxMegapixels, &image, &error);
-        bytes = encodeJpeg(image).size();
-    }
-    state.counters["MB"] = double(bytes) / 1e6;
-}
-
-void BM_FloorDecodeOnly(benchmark::State& state)
-{
-    for (auto _ : state) {
-        QImage image;
-        QString error;
-        readImageFile(largePhoto(), defaultMaxMegapixels, &image, &error);
-        benchmark::DoNotOptimize(image.bits());
-    }
+    static QTemporaryDir folder;
+    static QString const path = folder.filePath("out.jpg");
+    return path;
 }
 
 void BM_Decode(benchmark::State& state)
 {
     for (auto _ : state) {
-        QImage image;
+        Photo photo;
         QString error;
-        readImageFile(largePhoto(), defaultMaxMegapixels, &image, &error);
-        FlexImage<float> photo;
-        flexImageFromQImage(image, &photo);
-        benchmark::DoNotOptimize(photo.pixels);
+        readPhoto(largePhoto(), PhotoReadOptions(), &photo, &error);
+        benchmark::DoNotOptimize(photo.bytes.pixels);
     }
 }
 
@@ -123,20 +96,21 @@ void BM_Render(benchmark::State& state, std::string const* body)
     std::unique_ptr<ImageMod> preset = presetFrom(*body);
     GrowArray<ImageMod*> chain;
     chain.add(preset.get());
-    FlexImage<float> out;
+    FlexImage<unsigned char> out;
     for (auto _ : state) {
         ImageModderMulti renderer;
         renderer.setKeepCache(false);
-        renderer.applyMods(chain, &decodedPhoto(), &out);
+        renderer.applyMods(chain, &decodedPhoto().bytes, &out);
     }
 }
 
 void BM_Encode(benchmark::State& state)
 {
-    qsizetype bytes = 0;
-    for (auto _ : state)
-        bytes = encodeJpeg(QImageFromFlexImage(&decodedPhoto())).size();
-    state.counters["MB"] = double(bytes) / 1e6;
+    PhotoWriteOptions writing;
+    for (auto _ : state) {
+        QString error;
+        writePhoto(decodedPhoto().bytes, PhotoMetadata(), outputFile(), writing, &error);
+    }
 }
 
 void BM_ThumbnailStrip(benchmark::State& state)
@@ -153,8 +127,6 @@ void BM_ThumbnailStrip(benchmark::State& state)
 
 } // namespace
 
-BENCHMARK(BM_FloorDecodeAndEncode)->Unit(benchmark::kMillisecond)->Iterations(3);
-BENCHMARK(BM_FloorDecodeOnly)->Unit(benchmark::kMillisecond)->Iterations(3);
 BENCHMARK(BM_Decode)->Unit(benchmark::kMillisecond)->Iterations(3);
 BENCHMARK_CAPTURE(BM_Render, ToneOnly, &tonePreset)->Unit(benchmark::kMillisecond)->Iterations(3);
 BENCHMARK_CAPTURE(BM_Render, BlurAndGrain, &blurGrainPreset)->Unit(benchmark::kMillisecond)->Iterations(3);

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
+#include <new>
 
 // The engine's one list type. Storage is made with array new, so every slot
 // holds a default-constructed T; elements are copied by assignment. Capacity
@@ -50,6 +52,10 @@ public:
         }
         std::size_t const kept = std::size_t(capacity > 0 ? capacity : 0);
         std::size_t const grownCapacity = std::size_t(capacity > 0 ? capacity : 1) * 2u;
+        // The count is 32 bits: an array that would outgrow it fails as an
+        // allocation does, rather than wrapping to a small buffer.
+        if (grownCapacity > std::size_t(std::numeric_limits<int32_t>::max()))
+            throw std::bad_alloc();
         T* grown = new T[grownCapacity]();
         std::copy_n(data, kept, grown);
         delete[] data;

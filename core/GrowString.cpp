@@ -172,11 +172,22 @@ void GrowString::removeChars(int32_t start)
 {
     if (start < 0 || start >= count)
         return;
-    GrowString kept("");
+    // Appending character by character to "" keeps every non-NUL character
+    // in order and ends with one terminator; built here in one pass, with
+    // the exact size a copy would have.
+    int32_t kept = 0;
     for (int32_t i = 0; i < count; ++i)
-        if (i < start || i >= start + 1)
-            kept += data[i];
-    *this = kept;
+        if (i != start && data[i] != '\0')
+            ++kept;
+    char* fresh = new char[kept + 1];
+    int32_t at = 0;
+    for (int32_t i = 0; i < count; ++i)
+        if (i != start && data[i] != '\0')
+            fresh[at++] = data[i];
+    fresh[kept] = '\0';
+    release();
+    data = fresh;
+    count = capacity = kept + 1;
 }
 
 GrowString GrowString::swapOccurrencesConst(GrowString const& find, GrowString const& replace) const
@@ -207,25 +218,21 @@ GrowString GrowString::swapOccurrencesConst(GrowString const& find, GrowString c
     return result;
 }
 
-GrowString GrowString::takeWordRespectingQuotes()
+GrowString GrowString::wordRespectingQuotesAt(int32_t* position) const
 {
-    if (count < 1) {
-        *this = "";
-        return GrowString("");
-    }
-    int32_t const lastIndex = count - 1;
-    int32_t quotes = 0;
-    int32_t s = 0;
-    while (s < lastIndex && isWordSeparator(data[s]))
+    // The visible text is what successive takes would see: a well-formed
+    // string ends at its first NUL.
+    int32_t const end = length();
+    int32_t s = *position < 0 ? 0 : *position;
+    while (s < end && isWordSeparator(data[s]))
         ++s;
-    if (s == lastIndex) {
-        *this = "";
+    if (s >= end) {
+        *position = end;
         return GrowString("");
     }
-    if (data[s] == '"')
-        ++quotes;
-    int32_t e = lastIndex;
-    for (int32_t i = s + 1; i < lastIndex; ++i) {
+    int32_t quotes = data[s] == '"' ? 1 : 0;
+    int32_t e = end - 1;
+    for (int32_t i = s + 1; i < end; ++i) {
         if (data[i] == '"')
             ++quotes;
         else if (isWordSeparator(data[i]) && quotes % 2 == 0) {
@@ -234,13 +241,22 @@ GrowString GrowString::takeWordRespectingQuotes()
         }
     }
     GrowArray<char> word;
-    for (int32_t i = s; i <= e && i < lastIndex; ++i)
-        word.add(data[i]);
-    GrowArray<char> rest;
-    for (int32_t i = e + 2; i < lastIndex; ++i)
-        rest.add(data[i]);
-    *this = GrowString(rest);
+    word.data = new char[e - s + 1];
+    word.capacity = e - s + 1;
+    for (int32_t i = s; i <= e; ++i)
+        word.data[word.count++] = data[i];
+    *position = e + 2 < end ? e + 2 : end;
     return GrowString(word);
+}
+
+GrowString GrowString::takeWordRespectingQuotes()
+{
+    int32_t position = 0;
+    GrowString const word = wordRespectingQuotesAt(&position);
+    // Exactly one separator after the word is consumed; further whitespace
+    // stays at the front of the rest, for the next take to skip.
+    *this = substring(position, length());
+    return word;
 }
 
 int32_t GrowString::lastIndexOf(char c) const

@@ -43,6 +43,11 @@ public:
     // Returns the first word (space, tab and line feed separate words; a
     // stretch inside double quotes does not split) and keeps the rest.
     GrowString takeWordRespectingQuotes();
+    // The same words without consuming the string: returns the word that
+    // starts at or after *position and moves *position past it and one
+    // separator, so a loop reads a whole text in one pass. An empty word
+    // means the text is exhausted.
+    GrowString wordRespectingQuotesAt(int32_t* position) const;
 
     bool startsWith(char c) const { return length() > 0 && data[0] == c; }
     bool endsWith(char c) const { return length() > 0 && data[length() - 1] == c; }

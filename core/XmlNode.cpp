@@ -1,5 +1,11 @@
 #include "core/XmlNode.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
 #include <cstring>
 
 XmlNode const XmlNode::blankStaticNode;
@@ -24,6 +30,20 @@ private:
     long size;
     long position = 0;
 };
+
+// One line saying which limit a document went beyond.
+GrowString beyondLimit(char const* format, long limit)
+{
+    char text[96];
+    std::snprintf(text, sizeof text, format, limit);
+    return GrowString(text);
+}
+
+GrowString sizeLimitProblem(long maxBytes)
+{
+    return maxBytes % (1L << 20) == 0 ? beyondLimit("larger than %ld MiB", maxBytes >> 20)
+                                      : beyondLimit("larger than %ld bytes", maxBytes);
+}
 
 bool isSkippedSpace(int c)
 {
@@ -109,11 +129,12 @@ void readAttribute(GrowString word, XmlNode* node)
 class XmlReader
 {
 public:
-    explicit XmlReader(XmlNode* root) : root(root), current(root) {}
+    XmlReader(XmlNode* root, XmlLimits const& limits) : root(root), current(root), limits(limits) {}
 
-    void parse(XmlCursor& in)
+    // False, with the reason, when the document went beyond a limit.
+    bool parse(XmlCursor& in, GrowString* problem)
     {
-        while (!in.atEnd()) {
+        while (!in.atEnd() && problem->isEmpty()) {
             while (isSkippedSpace(in.peek()))
                 in.get();
             if (in.atEnd())
@@ -124,43 +145,60 @@ public:
             if (c != '<')
                 current->text = readText(in, c);
             else
-                readTag(readTagBuffer(in));
+                readTag(readTagBuffer(in), problem);
         }
+        return problem->isEmpty();
     }
 
 private:
     XmlNode* root;
     XmlNode* current;
+    XmlLimits const& limits;
     GrowArray<XmlNode*> open;
+    int elements = 0;
 
-    void readTag(GrowString tag)
+    void readTag(GrowString const& tag, GrowString* problem)
     {
         bool const selfClosing = tag.endsWith('/');
-        GrowString const word = tag.takeWordRespectingQuotes();
+        int32_t position = 0;
+        GrowString const word = tag.wordRespectingQuotesAt(&position);
         if (word.isEmpty() || word.startsWith('?'))
             return;
         if (word.startsWith('/')) {
             popLevel();
             return;
         }
-        if (!word.endsWith('/'))
-            openElement(word);
-        while (!tag.isEmpty()) {
-            GrowString const attribute = tag.takeWordRespectingQuotes();
-            if (!attribute.isEmpty())
-                readAttribute(attribute, current);
+        if (!word.endsWith('/') && !openElement(word, problem))
+            return;
+        int attributes = 0;
+        for (GrowString attribute = tag.wordRespectingQuotesAt(&position); !attribute.isEmpty();
+             attribute = tag.wordRespectingQuotesAt(&position)) {
+            if (++attributes > limits.maxAttributes) {
+                *problem = beyondLimit("an element has more than %ld attributes", limits.maxAttributes);
+                return;
+            }
+            readAttribute(attribute, current);
         }
         if (selfClosing)
             popLevel();
     }
 
-    void openElement(GrowString const& elementName)
+    bool openElement(GrowString const& elementName, GrowString* problem)
     {
+        if (open.count >= limits.maxDepth) {
+            *problem = beyondLimit("elements are nested more than %ld deep", limits.maxDepth);
+            return false;
+        }
+        if (++elements > limits.maxElements) {
+            *problem = beyondLimit("more than %ld elements", limits.maxElements);
+            return false;
+        }
         XmlNode child;
         child.name = elementName;
         current->subnodes.add(child);
         current = &current->subnodes.last();
         open.add(current);
+        return true;
     }
 
     void popLevel()
@@ -175,29 +213,83 @@ private:
     }
 };
 
+// Reads a whole regular file of at most maxBytes.
+bool readRegularFile(GrowString const& path, long maxBytes, GrowArray<char>* bytes, GrowString* problem)
+{
+    // Non-blocking, so that a FIFO is refused below instead of waiting for a
+    // writer; for a regular file the flag changes nothing.
+    int const fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0) {
+        *problem = std::strerror(errno);
+        return false;
+    }
+    struct stat info;
+    bool ok = ::fstat(fd, &info) == 0;
+    if (!ok)
+        *problem = std::strerror(errno);
+    else if (!S_ISREG(info.st_mode))
+        *problem = S_ISDIR(info.st_mode) ? "is a folder" : "not a regular file";
+    else if (info.st_size > maxBytes)
+        *problem = sizeLimitProblem(maxBytes);
+    ok = ok && problem->isEmpty();
+    if (ok) {
+        long const size = long(info.st_size);
+        bytes->release();
+        bytes->data = new char[size + 1];
+        bytes->capacity = int32_t(size + 1);
+        while (bytes->count < size) {
+            ssize_t const got = ::read(fd, bytes->data + bytes->count, size_t(size - bytes->count));
+            if (got < 0 && errno == EINTR)
+                continue;
+            if (got < 0) {
+                *problem = std::strerror(errno);
+                ok = false;
+            }
+            if (got <= 0)
+                break; // a file that shrank while read is taken as it was found
+            bytes->count += int32_t(got);
+        }
+    }
+    ::close(fd);
+    return ok;
+}
+
 } // namespace
 
 void XmlNode::loadSubnodesFromFile(GrowString const& path)
 {
-    if (path.isEmpty())
-        return;
-    FILE* f = std::fopen(path.c_str(), "rb");
-    if (!f)
-        return;
-    GrowArray<char> bytes;
-    char chunk[65536];
-    size_t got;
-    while ((got = std::fread(chunk, 1, sizeof chunk, f)) > 0)
-        for (size_t i = 0; i < got; ++i)
-            bytes.add(chunk[i]);
-    std::fclose(f);
-    loadSubnodesFromBuffer(bytes.data, bytes.count);
+    GrowString ignored;
+    readSubnodesFromFile(path, XmlLimits(), &ignored);
 }
 
 void XmlNode::loadSubnodesFromBuffer(char const* bytes, long size)
 {
+    GrowString ignored;
+    readSubnodesFromBuffer(bytes, size, XmlLimits(), &ignored);
+}
+
+bool XmlNode::readSubnodesFromFile(GrowString const& path, XmlLimits const& limits, GrowString* problem)
+{
+    *problem = "";
+    if (path.isEmpty()) {
+        *problem = "no file named";
+        return false;
+    }
+    GrowArray<char> bytes;
+    if (!readRegularFile(path, limits.maxBytes, &bytes, problem))
+        return false;
+    return readSubnodesFromBuffer(bytes.data, bytes.count, limits, problem);
+}
+
+bool XmlNode::readSubnodesFromBuffer(char const* bytes, long size, XmlLimits const& limits, GrowString* problem)
+{
+    *problem = "";
+    if (size > limits.maxBytes) {
+        *problem = sizeLimitProblem(limits.maxBytes);
+        return false;
+    }
     XmlCursor in(bytes, bytes ? size : 0);
-    XmlReader(this).parse(in);
+    return XmlReader(this, limits).parse(in, problem);
 }
 
 static void writeIndent(FILE* f, int indent)

@@ -4,12 +4,24 @@
 #include <thread>
 
 #include "extension/ImageBridge.h"
-#include "extension/ImageFiles.h"
 #include "extension/ImageModRegistry.h"
 #include "mods/ImageModderMulti.h"
 
+namespace {
+
+// An 8-bit photo as the float display image the previews render over.
+template <typename T>
+void widenInto(FlexImage<T> const& from, FlexImage<float>* to)
+{
+    to->reshape(from.width, from.height, from.channels);
+    for (size_t i = 0; i < from.sampleCount(); ++i)
+        to->pixels[i] = float(from.pixels[i]);
+}
+
+} // namespace
+
 EditingSession::EditingSession()
-    : prototypes(createPrototypeRegistry()), maxMegapixels(defaultMaxMegapixels)
+    : prototypes(createPrototypeRegistry())
 {
 }
 
@@ -27,37 +39,57 @@ void EditingSession::loadStandardPresets()
         library.loadFolder(folders[i], origins[i], prototypes);
 }
 
+void EditingSession::setDisplayImage(FlexImage<float> const& display)
+{
+    displayImageOriginal.copyFromImage(display, true);
+    makeThumbnailSource(displayImageOriginal, &thumbImageOriginal, thumbnailWidth, thumbnailHeight);
+}
+
 bool EditingSession::start(QImage const& display, QString const& fullPath, QString* error)
 {
-    displayImageOriginal.channels = 3;
-    flexImageFromQImage(display, &displayImageOriginal);
-    makeThumbnailSource(displayImageOriginal, &thumbImageOriginal, thumbnailWidth, thumbnailHeight);
+    FlexImage<float> shown;
+    shown.channels = 3;
+    flexImageFromQImage(display, &shown);
+    setDisplayImage(shown);
     fullImagePath = fullPath;
-    QImage photo;
-    if (!readImageFile(fullPath, maxMegapixels, &photo, error))
+    fullPhoto.bytes.clear();
+    fullPhoto.deep.clear();
+    return loadFullPhoto(error);
+}
+
+bool EditingSession::openPhoto(QString const& fullPath, int displayLongSide, QString* error)
+{
+    fullImagePath = fullPath;
+    fullPhoto.bytes.clear();
+    fullPhoto.deep.clear();
+    if (!checkPhotoSize(fullPath, maxMegapixels, error))
         return false;
-    fullImageOriginal.channels = 3;
-    return flexImageFromQImage(photo, &fullImageOriginal);
+    if (displayLongSide <= 0)
+        return true;
+    PhotoReadOptions options;
+    options.maxMegapixels = maxMegapixels;
+    options.fitWithin = displayLongSide;
+    Photo display;
+    if (!readPhoto(fullPath, options, &display, error))
+        return false;
+    FlexImage<float> shown;
+    widenInto(display.bytes, &shown);
+    setDisplayImage(shown);
+    return true;
 }
 
 bool EditingSession::startWithPhoto(QString const& fullPath, int displayLongSide, QString* error)
 {
-    QImage photo;
-    if (!readImageFile(fullPath, maxMegapixels, &photo, error))
-        return false;
-    fullImagePath = fullPath;
-    fullImageOriginal.channels = 3;
-    flexImageFromQImage(photo, &fullImageOriginal);
-    if (displayLongSide <= 0)
+    return openPhoto(fullPath, displayLongSide, error) && loadFullPhoto(error);
+}
+
+bool EditingSession::loadFullPhoto(QString* error)
+{
+    if (fullPhoto.bytes.pixels || fullPhoto.deep.pixels)
         return true;
-    QImage const display = photo.width() > displayLongSide || photo.height() > displayLongSide
-                               ? photo.scaled(displayLongSide, displayLongSide, Qt::KeepAspectRatio,
-                                              Qt::SmoothTransformation)
-                               : photo;
-    displayImageOriginal.channels = 3;
-    flexImageFromQImage(display, &displayImageOriginal);
-    makeThumbnailSource(displayImageOriginal, &thumbImageOriginal, thumbnailWidth, thumbnailHeight);
-    return true;
+    PhotoReadOptions options;
+    options.maxMegapixels = maxMegapixels;
+    return readPhoto(fullImagePath, options, &fullPhoto, error);
 }
 
 void EditingSession::makeThumbnailSource(FlexImage<float> const& display, FlexImage<float>* thumb, int width,
@@ -81,28 +113,36 @@ void EditingSession::makeThumbnailSource(FlexImage<float> const& display, FlexIm
     }
 }
 
-void EditingSession::render(ImageMod* mod, FlexImage<float>* source, FlexImage<float>* destination,
-                            std::function<void(float)> const& progress)
+template <typename T>
+bool EditingSession::render(ImageMod* mod, FlexImage<T>* source, FlexImage<T>* destination,
+                            RenderProgress const& progress)
 {
     if (!mod || !source->pixels) {
         if (destination)
             destination->copyFromImage(*source, true);
-        return;
+        return true;
     }
     GrowArray<ImageMod*> chain;
     chain.add(mod);
     ImageModderMulti renderer;
     renderer.setKeepCache(false);
-    if (progress)
-        renderer.applyModsAsync(chain, source, destination);
-    else
+    if (!progress) {
         renderer.applyMods(chain, source, destination);
-    while (progress && !renderer.isFinished()) {
-        progress(renderer.progress());
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        return true;
+    }
+    renderer.applyModsAsync(chain, source, destination);
+    while (!renderer.isFinished()) {
+        if (!progress(renderer.progress()))
+            renderer.cancel();
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
     }
     renderer.waitUntilFinished();
+    return renderer.isCompleted();
 }
+
+template bool EditingSession::render(ImageMod*, FlexImage<float>*, FlexImage<float>*, RenderProgress const&);
+template bool EditingSession::render(ImageMod*, FlexImage<unsigned char>*, FlexImage<unsigned char>*,
+                                     RenderProgress const&);
 
 QImage EditingSession::renderThumbnail(int index)
 {
@@ -112,29 +152,45 @@ QImage EditingSession::renderThumbnail(int index)
 
 QImage EditingSession::choosePreset(int index)
 {
-    currentMod = preset(index);
-    render(currentMod, &displayImageOriginal, &displayImageFiltered);
+    currentMod = index >= 0 && index < presetCount() ? preset(index) : nullptr;
+    return renderDisplay(currentMod);
+}
+
+QImage EditingSession::renderDisplay(ImageMod* mod)
+{
+    render(mod, &displayImageOriginal, &displayImageFiltered);
     return QImageFromFlexImage(&displayImageFiltered);
 }
 
 bool EditingSession::finish(QString const& outputPath, int quality, AdjustmentData* adjustment, QString* error,
-                            std::function<void(float)> const& progress)
+                            RenderProgress const& progress)
 {
-    if (keepOriginalAfterFinish) {
-        render(currentMod, &fullImageOriginal, &fullImageFiltered, progress);
-    } else {
-        render(currentMod, &fullImageOriginal, nullptr, progress);
-        fullImageFiltered.swapWith(fullImageOriginal);
-        fullImageOriginal.clear();
-    }
-    QImage const result = QImageFromFlexImage(&fullImageFiltered);
-    if (result.isNull()) {
-        *error = "nothing to save: the photo could not be read";
+    PhotoWriteOptions options;
+    options.quality = quality;
+    return finish(outputPath, options, adjustment, error, progress);
+}
+
+bool EditingSession::finish(QString const& outputPath, PhotoWriteOptions const& options, AdjustmentData* adjustment,
+                            QString* error, RenderProgress const& progress)
+{
+    if (!checkOutputPath(outputPath, error) || !loadFullPhoto(error))
         return false;
-    }
-    if (!writeImageFile(result, outputPath, "jpeg", quality, error))
-        return false;
-    if (adjustment)
+    auto const finishWith = [&](auto& original) {
+        using Sample = typename std::remove_reference_t<decltype(original)>::Sample;
+        FlexImage<Sample> copy;
+        FlexImage<Sample>* result = keepOriginalAfterFinish ? &copy : &original;
+        if (!render(currentMod, &original, keepOriginalAfterFinish ? &copy : nullptr, progress)) {
+            *error = "cancelled; nothing was saved";
+            return false;
+        }
+        if (!writePhoto(*result, fullPhoto.metadata, outputPath, options, error))
+            return false;
+        if (!keepOriginalAfterFinish)
+            original.clear(); // it holds the result now, not the photo
+        return true;
+    };
+    bool const saved = fullPhoto.isDeep() ? finishWith(fullPhoto.deep) : finishWith(fullPhoto.bytes);
+    if (saved && adjustment)
         *adjustment = AdjustmentData();
-    return true;
+    return saved;
 }

@@ -7,6 +7,7 @@
 #include <QString>
 
 #include "core/GrowArray.h"
+#include "extension/ImageFiles.h"
 #include "extension/PresetLibrary.h"
 #include "imaging/FlexImage.h"
 #include "mods/ImageMod.h"
@@ -21,11 +22,15 @@ struct AdjustmentData
     QByteArray data;
 };
 
+// Called now and then while the full-size photo renders, with the finished
+// share (0 to 1); returning false cancels the render, and nothing is saved.
+using RenderProgress = std::function<bool(float)>;
+
 // One editing session, everything but the window: the presets shown as
 // thumbnails over a small copy of the photo, the chosen preset shown on the
 // display image, and the chosen preset rendered over the full-size photo
-// and saved as a JPEG. Hosts (the command-line tool) drive this object and
-// only sequence it.
+// and saved. Hosts (the command-line tool, the desktop editor) drive this
+// object and only sequence it.
 class EditingSession
 {
 public:
@@ -40,13 +45,14 @@ public:
     FlexImage<float> thumbImageFiltered;
     FlexImage<float> displayImageOriginal;
     FlexImage<float> displayImageFiltered;
-    FlexImage<float> fullImageOriginal;
-    FlexImage<float> fullImageFiltered;
+    // The full-size photo as decoded: 8-bit, or floats for deeper sources.
+    // It is never widened to floats as a whole.
+    Photo fullPhoto;
     QString fullImagePath;
-    double maxMegapixels;
-    // When false, finishing renders over the full-size original in place
-    // (which then holds the result) instead of into a second full-size
-    // image: half the memory, for callers done with the original.
+    double maxMegapixels = defaultMaxMegapixels;
+    // When false, finishing renders over the full-size photo in place (which
+    // then holds the result) instead of into a copy: half the memory, for
+    // callers that save one result per photo.
     bool keepOriginalAfterFinish = true;
 
     EditingSession();
@@ -62,27 +68,43 @@ public:
     // Starts from a display image and the full-size photo's file, which is
     // decoded here. Fails with a reason when the photo cannot be read.
     bool start(QImage const& display, QString const& fullPath, QString* error);
-    // The same when only the photo is at hand: the display image is a copy
-    // scaled to fit displayLongSide (none, and no thumbnail source, when it
-    // is 0).
+    // Opens a photo: its display image (decoded shrunk to fit
+    // displayLongSide, which is fast for a JPEG) and the thumbnail source
+    // made from it. The full-size photo is decoded when first needed.
+    bool openPhoto(QString const& fullPath, int displayLongSide, QString* error);
+    // Both at once: the display image when displayLongSide is positive, and
+    // the full-size photo.
     bool startWithPhoto(QString const& fullPath, int displayLongSide, QString* error);
+    // Decodes the full-size photo of the open path, unless it is decoded.
+    bool loadFullPhoto(QString* error);
 
     // Renders preset index over the thumbnail source.
     QImage renderThumbnail(int index);
-    // Makes preset index current and renders it over the display image.
+    // Makes preset index current (-1: none) and renders it over the display
+    // image.
     QImage choosePreset(int index);
-    // Renders the current preset over the full-size photo and writes it as
-    // JPEG (atomically) to outputPath. progress, when given, is called now
-    // and then during the render with the finished share (0 to 1).
+    // Renders mod over the display image, without changing the current
+    // preset.
+    QImage renderDisplay(ImageMod* mod);
+
+    // Renders the current preset over the full-size photo and writes it
+    // (atomically, in the format outputPath's extension names, keeping the
+    // photo's metadata unless told not to).
+    bool finish(QString const& outputPath, PhotoWriteOptions const& options, AdjustmentData* adjustment,
+                QString* error, RenderProgress const& progress = nullptr);
     bool finish(QString const& outputPath, int quality, AdjustmentData* adjustment, QString* error,
-                std::function<void(float)> const& progress = nullptr);
+                RenderProgress const& progress = nullptr);
 
     // The thumbnail source: nearest samples at float positions plus 0.01.
     static void makeThumbnailSource(FlexImage<float> const& display, FlexImage<float>* thumb, int width,
                                     int height);
 
+    // Renders mod over source into destination, or in place when it is
+    // null; false when progress cancelled it.
+    template <typename T>
+    static bool render(ImageMod* mod, FlexImage<T>* source, FlexImage<T>* destination,
+                       RenderProgress const& progress = nullptr);
+
 private:
-    // Renders mod over source into destination, or in place when it is null.
-    static void render(ImageMod* mod, FlexImage<float>* source, FlexImage<float>* destination,
-                       std::function<void(float)> const& progress = nullptr);
+    void setDisplayImage(FlexImage<float> const& display);
 };

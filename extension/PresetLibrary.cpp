@@ -2,9 +2,6 @@
 
 #include <dirent.h>
 
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
 
 #include <QByteArray>
 #include <QDir>
@@ -40,18 +37,6 @@ bool sameIgnoringCase(GrowString const& a, char const* b)
     return QString::fromUtf8(a.c_str()).compare(QString::fromUtf8(b), Qt::CaseInsensitive) == 0;
 }
 
-// Reads and parses a preset file, or says why it cannot.
-bool readPresetDocument(GrowString const& path, XmlNode* root, GrowString* refusal)
-{
-    FILE* f = std::fopen(path.c_str(), "rb");
-    if (!f) {
-        *refusal = GrowString("cannot read: ") + std::strerror(errno);
-        return false;
-    }
-    std::fclose(f);
-    root->loadSubnodesFromFile(path);
-    return true;
-}
 
 int rawEntryCount(GrowString const& dir)
 {
@@ -103,20 +88,37 @@ GrowString presetDisplayName(GrowString const& path)
     return name.swapOccurrencesConst("_", " ");
 }
 
-ImageModCompound* loadPresetFile(GrowString const& path, GrowArray<ImageMod*>* compounds,
-                                 GrowArray<ImageMod*> const& prototypes, int* error,
-                                 GrowArray<GrowString>* skippedNames, GrowString* refusal)
+XmlLimits presetLimits()
+{
+    XmlLimits limits;
+    limits.maxBytes = 1L << 20;
+    return limits;
+}
+
+ImageModCompound* loadPresetFile(GrowString const& path, GrowArray<ImageMod*> const& prototypes,
+                                 PresetReadReport* report, GrowString* refusal)
 {
     XmlNode root;
-    if (!readPresetDocument(path, &root, refusal))
+    if (!root.readSubnodesFromFile(path, presetLimits(), refusal))
         return nullptr;
     XmlNode* filter = root.findSubnode("filter");
     if (!filter) {
         *refusal = "not a preset (no \"filter\" element)";
         return nullptr;
     }
+    GrowArray<ImageMod*> compounds;
+    int error = 0;
+    GrowArray<ImageMod*> steps = createModsFromXML(filter, &compounds, prototypes, &error, report);
+    for (ImageMod* compound : compounds)
+        delete compound;
+    if (!report->refusal.isEmpty()) {
+        *refusal = report->refusal;
+        for (ImageMod* step : steps)
+            delete step;
+        return nullptr;
+    }
     auto* preset = new ImageModCompound("File Filter");
-    for (ImageMod* mod : createModsFromXML(filter, compounds, prototypes, error, skippedNames))
+    for (ImageMod* mod : steps)
         preset->addSubMod(mod);
     GrowString const name = presetDisplayName(path);
     preset->setName(name, name);
@@ -128,8 +130,6 @@ PresetLibrary::~PresetLibrary()
 {
     for (Entry& entry : entries)
         delete entry.preset;
-    for (ImageMod* compound : compounds)
-        delete compound;
 }
 
 void PresetLibrary::loadFolder(GrowString const& folder, GrowString const& origin,
@@ -154,15 +154,14 @@ void PresetLibrary::loadFolder(GrowString const& folder, GrowString const& origi
 ImageModCompound* PresetLibrary::loadFile(GrowString const& path, GrowString const& origin,
                                           GrowArray<ImageMod*> const& prototypes)
 {
-    int error = 0;
-    GrowArray<GrowString> skipped;
+    PresetReadReport report;
     GrowString refusal;
-    ImageModCompound* preset = loadPresetFile(path, &compounds, prototypes, &error, &skipped, &refusal);
+    ImageModCompound* preset = loadPresetFile(path, prototypes, &report, &refusal);
     if (!preset) {
         refused.add(Refusal{path, refusal});
         return nullptr;
     }
-    entries.add(Entry{preset, path, origin, skipped});
+    entries.add(Entry{preset, path, origin, report});
     qCInfo(presetLog, "\n%i: loaded mod: %s", entries.count - 1, preset->name.c_str());
     return preset;
 }

@@ -3,6 +3,7 @@
 #include "core/GrowArray.h"
 #include "core/GrowString.h"
 #include "mods/ImageModCompound.h"
+#include "mods/ImageModXML.h"
 
 // Lists a folder's entries as full paths, in the order the file system
 // returns them (no sorting), without "." and "..". Backslashes in dir are
@@ -16,14 +17,17 @@ bool isPresetFile(GrowString const& path);
 // with "_" shown as a space.
 GrowString presetDisplayName(GrowString const& path);
 
+// The most a preset file may hold; real presets are a few kilobytes.
+XmlLimits presetLimits();
+
 // One preset file as a compound filter named after the file, with its
-// "Amount". Returns null, with the reason in *refusal, when the file cannot
-// be read or has no "filter" element. *error becomes 2 when the preset names
-// an unknown filter: that step is skipped (its name goes to skippedNames)
-// and the rest still loads.
-ImageModCompound* loadPresetFile(GrowString const& path, GrowArray<ImageMod*>* compounds,
-                                 GrowArray<ImageMod*> const& prototypes, int* error,
-                                 GrowArray<GrowString>* skippedNames, GrowString* refusal);
+// "Amount". Returns null, with the reason in *refusal, when the file is not
+// a readable regular file within presetLimits(), has no "filter" element,
+// or goes beyond a bound of the report. Steps naming no filter are skipped
+// and the rest still loads; *report says what the author should hear about.
+// The compounds its "submod" elements define belong to this preset alone.
+ImageModCompound* loadPresetFile(GrowString const& path, GrowArray<ImageMod*> const& prototypes,
+                                 PresetReadReport* report, GrowString* refusal);
 
 // The presets of a set of folders, each listed with its "Default Presets"
 // sub-folder, in folder order and listing order.
@@ -35,8 +39,8 @@ public:
         ImageModCompound* preset; // owned by the library
         GrowString path;
         GrowString origin; // where the folder came from, e.g. "shipped"
-        // The filter names of steps that name no filter and were skipped.
-        GrowArray<GrowString> skippedSteps;
+        // What its author should hear about (steps skipped, values not used).
+        PresetReadReport report;
     };
     // A preset file that could not be loaded, and why.
     struct Refusal
@@ -46,8 +50,6 @@ public:
     };
 
     GrowArray<Entry> entries;
-    // Compounds defined by "submod" elements of the presets.
-    GrowArray<ImageMod*> compounds;
     GrowArray<Refusal> refused;
 
     PresetLibrary() = default;

@@ -11,6 +11,15 @@
 #include "core/SampleMemory.h"
 #include "imaging/Luminance.h"
 
+// A float sample as a byte: truncated toward zero with only the low 8 bits
+// kept (so 256 gives 0 and -1 gives 255: filters keep samples in 0..255, and
+// the store stays branch-free). Values beyond the int range, and NaN, are
+// pinned into it first, so that the conversion is defined for every float.
+inline unsigned char byteFromSample(float v)
+{
+    return static_cast<unsigned char>(int(std::fmin(std::fmax(v, -2147483520.0f), 2147483520.0f)));
+}
+
 // Platform data tied to an image; deleted with it.
 class FlexImageAttachment
 {
@@ -26,6 +35,8 @@ template <typename T>
 class FlexImage
 {
 public:
+    using Sample = T;
+
     T* pixels = nullptr;
     int32_t width = 0;
     int32_t height = 0;
@@ -165,8 +176,10 @@ public:
     // normalised by its maker, and sums are stored as they are.
     void convolveWithKernel(float const* kernel, int32_t kw, int32_t kh, FlexImage& destination) const
     {
-        if (destination.width != width || destination.height != height || !destination.pixels)
+        if (destination.width != width || destination.height != height || !destination.pixels) {
             destination.reshape(width, height, destination.channels);
+            destination.setOpaqueAlpha();
+        }
         if (!pixels || !destination.pixels)
             return;
         float* sums = new float[size_t(width) * size_t(channels)];
@@ -228,9 +241,10 @@ public:
         float const e = contrast >= 1.0f ? 1.0f / (2.0f - contrast) : contrast;
         float target;
         if (L <= pivot)
-            target = pivot * std::pow(L / pivot, e);
+            target = pivot > 0.0f ? pivot * std::pow(L / pivot, e) : 0.0f; // a pivot of 0: 0 stays 0
         else
-            target = 255.0f - std::pow((255.0f - L) / (255.0f - pivot), e) * (255.0f - pivot);
+            target = pivot < 255.0f ? 255.0f - std::pow((255.0f - L) / (255.0f - pivot), e) * (255.0f - pivot)
+                                    : 255.0f;
         moveLuminance(pixel, channelCount, L, target);
     }
 
@@ -262,7 +276,7 @@ public:
         if constexpr (std::is_same_v<T, float>)
             return v;
         else
-            return T(int(v));
+            return byteFromSample(v);
     }
 
 private:

@@ -29,6 +29,10 @@ public:
         return same(red, o.red) && same(green, o.green) && same(blue, o.blue) && same(alpha, o.alpha);
     }
     bool operator!=(OVRGBColor const& o) const { return !(*this == o); }
+    bool isFinite() const
+    {
+        return std::isfinite(red) && std::isfinite(green) && std::isfinite(blue) && std::isfinite(alpha);
+    }
 
     void getAsHSV(float* h, float* s, float* v) const
     {

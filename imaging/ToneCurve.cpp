@@ -1,5 +1,6 @@
 #include "imaging/ToneCurve.h"
 
+#include <cmath>
 #include <cstdlib>
 
 namespace {
@@ -53,8 +54,9 @@ void ToneCurve::setControlPoints(GrowString text)
     controlPoints.count = 0;
     bool haveX = false;
     float x = 0.0f;
-    while (text.length() > 0) {
-        GrowString const word = text.takeWordRespectingQuotes();
+    int32_t position = 0;
+    for (;;) {
+        GrowString const word = text.wordRespectingQuotesAt(&position);
         if (word.isEmpty())
             break;
         float const number = float(std::strtod(word.c_str(), nullptr));
@@ -72,6 +74,14 @@ void ToneCurve::setControlPoints(GrowArray<Point2D> const& points)
 {
     controlPoints = points;
     normaliseEnds();
+    updateSmoothVals();
+}
+
+void ToneCurve::setControlPointsAsGiven(GrowArray<Point2D> const& points)
+{
+    if (points.count < 2)
+        return;
+    controlPoints = points;
     updateSmoothVals();
 }
 
@@ -107,6 +117,14 @@ bool ToneCurve::isIdentity() const
 {
     static float const identity[] = {0.0f, 0.0f, 1.0f, 1.0f};
     return hasControlPoints(identity, 2);
+}
+
+bool ToneCurve::isFinite() const
+{
+    for (Point2D const& p : controlPoints)
+        if (!std::isfinite(p.x) || !std::isfinite(p.y))
+            return false;
+    return true;
 }
 
 void ToneCurve::updateSmoothVals()

@@ -27,11 +27,17 @@ public:
     // Parses a flat list of x y pairs such as "0 .25 1 .75".
     void setControlPoints(GrowString text);
     void setControlPoints(GrowArray<Point2D> const& points);
+    // Stores two or more points exactly as given, ends included (a preset's
+    // "0.2 0 0.8 1" stays so): the table is flat before the first x and after
+    // the last. Fewer than two points change nothing.
+    void setControlPointsAsGiven(GrowArray<Point2D> const& points);
     void setControlPoint(int index, Point2D point);
     GrowArray<Point2D> const& getControlPoints() const { return controlPoints; }
     // True when the points are exactly the given list (for no-op tests).
     bool hasControlPoints(float const* xy, int pointCount) const;
     bool isIdentity() const;
+    // Whether every control point is a finite number.
+    bool isFinite() const;
 
     void updateSmoothVals();
 
@@ -47,9 +53,9 @@ public:
     {
         if (!(f > 0.0f))
             return table[0];
-        int const i = int(f);
-        if (i >= lastEntry)
+        if (f >= float(lastEntry))
             return table[lastEntry];
+        int const i = int(f);
         return (float(i + 1) - f) * table[i] + (f - float(i)) * table[i + 1];
     }
 

@@ -1,5 +1,7 @@
 #include "mods/ImageMod.h"
 
+#include <cmath>
+
 ImageMod::ImageMod(GrowString const& name, GrowString const& displayName)
 {
     setName(name, displayName);
@@ -145,12 +147,28 @@ int ImageMod::indexOfVar(char const* variableName) const
     return -1;
 }
 
+// A value that is not finite (a preset may hold nan or inf) reads as the
+// variable's default, so that no filter ever computes with it.
 float ImageMod::floatVar(int index, float fallback) const
 {
     if (index < 0 || index >= vars.count)
         return fallback;
     ImageModVariableDataFloat const* f = vars[index]->floatData();
-    return f ? f->value : fallback;
+    if (!f)
+        return fallback;
+    if (std::isfinite(f->value))
+        return f->value;
+    ImageModVariableDataFloat const* d = index < defaultVars.count ? defaultVars[index]->floatData() : nullptr;
+    return d && std::isfinite(d->value) ? d->value : fallback;
+}
+
+float ImageMod::floatVarInRange(int index, float fallback) const
+{
+    float const value = floatVar(index, fallback);
+    ImageModVariableDataFloat const* f = index >= 0 && index < vars.count ? vars[index]->floatData() : nullptr;
+    if (!f || !(f->min < f->max))
+        return value;
+    return std::fmin(std::fmax(value, f->min), f->max);
 }
 
 bool ImageMod::hasFloatVar(int index) const
@@ -163,7 +181,10 @@ ToneCurve const* ImageMod::curveVar(int index) const
     if (index < 0 || index >= vars.count)
         return nullptr;
     ImageModVariableDataCurve const* c = vars[index]->curveData();
-    return c ? &c->curve : nullptr;
+    if (!c || c->curve.isFinite())
+        return c ? &c->curve : nullptr;
+    ImageModVariableDataCurve const* d = index < defaultVars.count ? defaultVars[index]->curveData() : nullptr;
+    return d && d->curve.isFinite() ? &d->curve : nullptr;
 }
 
 OVRGBColor ImageMod::colorVar(int index) const
@@ -171,7 +192,10 @@ OVRGBColor ImageMod::colorVar(int index) const
     if (index < 0 || index >= vars.count)
         return OVRGBColor();
     ImageModVariableDataColor const* c = vars[index]->colorData();
-    return c ? c->color : OVRGBColor();
+    if (!c || c->color.isFinite())
+        return c ? c->color : OVRGBColor();
+    ImageModVariableDataColor const* d = index < defaultVars.count ? defaultVars[index]->colorData() : nullptr;
+    return d && d->color.isFinite() ? d->color : OVRGBColor();
 }
 
 int ImageMod::choiceVar(int index, int fallback) const

@@ -93,8 +93,13 @@ public:
     // Index of the first variable with the given name, or -1.
     int indexOfVar(char const* variableName) const;
     // Typed reads of variable i; a missing variable or another kind gives the
-    // fallback (or null).
+    // fallback (or null). A number, colour or curve that is not finite reads
+    // as the variable's default.
     float floatVar(int index, float fallback = 0.0f) const;
+    // The same, limited to the variable's range: for rules defined only
+    // there (a preset may store any number; outside the range the rule
+    // takes the nearest end).
+    float floatVarInRange(int index, float fallback = 0.0f) const;
     bool hasFloatVar(int index) const;
     ToneCurve const* curveVar(int index) const;
     OVRGBColor colorVar(int index) const;

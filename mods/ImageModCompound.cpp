@@ -104,8 +104,9 @@ void ImageModCompound::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
 {
     if (vars.count == 0 || !vars[0]->floatData())
         return;
-    float const a = vars[0]->floatData()->value;
-    if (a == 0.0f)
+    // Amounts above 1 act as 1; a negative amount, like 0, leaves the input.
+    float const a = floatVar(0);
+    if (!(a > 0.0f))
         return;
     FlexImage<T> input;
     if (a < 1.0f)

@@ -30,9 +30,11 @@ void ImageModderMultiTileGrid::initializeGrid(FlexImage<unsigned char>* image, i
 template <typename T>
 void ImageModderMultiTileGrid::initializeGridInternal(FlexImage<T>* image, int tileSize, int haloRadius)
 {
-    radius = haloRadius;
     int const W = image->pixels ? image->width : 0;
     int const H = image->pixels ? image->height : 0;
+    // A halo wider than the image lays out exactly as one as wide as the
+    // image (a single tile spans it), and keeps the arithmetic below in range.
+    radius = std::clamp(haloRadius, 0, std::max(W, H));
     // A tile's inner part is never narrower than four halo widths.
     int const step = int(std::max(float(4 * radius), float(tileSize)));
     tilesAcross = W > 0 ? int(std::ceil(float(W) / float(step))) : 0;
@@ -181,7 +183,7 @@ void ImageModderMultiTileGrid::writeTileImmediately(int index, FlexImage<float> 
         unsigned char* to = byteImage->pixelAt(p.readX + p.trimLeft, p.readY + row);
         for (int col = 0; col < tileWidth - p.trimLeft - p.trimRight; ++col)
             for (int c = 0; c < shared; ++c)
-                to[col * byteImage->channels + c] = static_cast<unsigned char>(int(from[col * tile->channels + c]));
+                to[col * byteImage->channels + c] = byteFromSample(from[col * tile->channels + c]);
     }
 }
 

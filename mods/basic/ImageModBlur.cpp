@@ -17,8 +17,9 @@ ImageModBlur::ImageModBlur(float amount, float mix, int)
 
 float ImageModBlur::extentFor(int longestSide) const
 {
-    float const a = float(double(floatVar(0)) * 0.01);
-    return a * a * float(longestSide) * (method() == BlurGaussian ? 0.03f : 0.02f);
+    float const a = float(double(floatVarInRange(0)) * 0.01);
+    // A blur wider than the picture is taken as one as wide as the picture.
+    return std::fmin(a * a * float(longestSide) * (method() == BlurGaussian ? 0.03f : 0.02f), float(longestSide));
 }
 
 int ImageModBlur::getExtraPixelRadiusRequired(int width, int height, float)
@@ -29,13 +30,13 @@ int ImageModBlur::getExtraPixelRadiusRequired(int width, int height, float)
 template <typename T>
 void ImageModBlur::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
 {
-    if (floatVar(0) == 0.0f)
+    if (floatVarInRange(0) == 0.0f)
         return;
     int const fullWidth = info ? info->fullWidth : image->width;
     int const fullHeight = info ? info->fullHeight : image->height;
     float const x = extentFor(std::max(fullWidth, fullHeight));
     int const r = int(std::ceil(x));
-    float const mix = floatVar(1) * 0.01f;
+    float const mix = floatVarInRange(1) * 0.01f;
     int const m = method();
     if (mix == 0.0f || r == 0 || m < BlurGaussian || m > BlurCircle)
         return;

@@ -14,7 +14,7 @@ ImageModBrightness::ImageModBrightness(float amount)
 template <typename T>
 void ImageModBrightness::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
 {
-    float const a = floatVar(0);
+    float const a = floatVarInRange(0);
     if (a == 1.0f)
         return;
     ToneCurve curve;

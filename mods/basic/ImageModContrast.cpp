@@ -23,10 +23,10 @@ ImageModContrast::ImageModContrast(char const* name, float amount, float center,
 template <typename T>
 void ImageModContrast::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
 {
-    float const a = floatVar(0);
+    float const a = floatVarInRange(0);
     if (a == 1.0f)
         return;
-    float const centre = floatVar(1);
+    float const centre = floatVarInRange(1);
     float const k = exponentFor(a);
     forEachSample(image, [=](float c) { return curveAt(c, centre, k); });
 }

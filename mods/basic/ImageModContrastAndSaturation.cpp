@@ -17,10 +17,10 @@ ImageModContrastAndSaturation::ImageModContrastAndSaturation()
 template <typename T>
 void ImageModContrastAndSaturation::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
 {
-    float const a = floatVar(0);
+    float const a = floatVarInRange(0);
     if (a == 1.0f)
         return;
-    ImageModContrast contrast(a, floatVar(1));
+    ImageModContrast contrast(a, floatVarInRange(1));
     contrast.templateMod(image, info);
     ImageModSaturation saturation(float(1.0 + (1.0 - double(a)) * 0.44), 1);
     saturation.templateMod(image, info);

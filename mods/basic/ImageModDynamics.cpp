@@ -30,7 +30,7 @@ void ImageModDynamics::updateBlurMod()
     ImageModVariable* amount = blurMod.vars[0];
     if (!amount->floatData())
         amount->setData(new ImageModVariableDataFloat(0.0f, 0.0f, 1.0f));
-    amount->floatData()->value = floatVar(1);
+    amount->floatData()->value = floatVarInRange(1);
 }
 
 void ImageModDynamics::notifyVarChanged(int index)
@@ -55,7 +55,7 @@ float ImageModDynamics::overlay(float c, float surroundings, float a)
 template <typename T>
 void ImageModDynamics::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
 {
-    float const a = floatVar(0) * 0.01f;
+    float const a = floatVarInRange(0) * 0.01f;
     if (a == 0.0f)
         return;
     FlexImage<T> blurred;

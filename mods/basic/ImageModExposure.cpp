@@ -15,7 +15,7 @@ ImageModExposure::ImageModExposure(float amount)
 template <typename T>
 void ImageModExposure::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
 {
-    float const a = floatVar(0);
+    float const a = floatVarInRange(0);
     if (a == 1.0f)
         return;
     if (a > 1.0f) {

@@ -18,7 +18,7 @@ ImageModGammaLegacy::ImageModGammaLegacy(float amount)
 template <typename T>
 void ImageModGammaLegacy::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
 {
-    float const a = floatVar(0);
+    float const a = floatVarInRange(0);
     if (a == 1.0f)
         return;
     if (version != 2) {

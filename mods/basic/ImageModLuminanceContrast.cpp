@@ -12,10 +12,10 @@ ImageModLuminanceContrast::ImageModLuminanceContrast(float amount, float center)
 template <typename T>
 void ImageModLuminanceContrast::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
 {
-    float const a = floatVar(0);
+    float const a = floatVarInRange(0);
     if (a == 1.0f)
         return;
-    float const centre = floatVar(1);
+    float const centre = floatVarInRange(1);
     float const k = exponentFor(a);
     forEachPixel(image, [=](T* p, int channels) {
         float const L = float(pixelLuminance(p, channels));

@@ -20,9 +20,9 @@ ImageModMultiTool::ImageModMultiTool(int version)
 template <typename T>
 void ImageModMultiTool::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
 {
-    float const exposure = float(double(floatVar(0)) * 0.02);
-    float const contrast = float(double(floatVar(1)) * 0.02);
-    float const saturation = float(double(floatVar(2)) * 0.02);
+    float const exposure = float(double(floatVarInRange(0)) * 0.02);
+    float const contrast = float(double(floatVarInRange(1)) * 0.02);
+    float const saturation = float(double(floatVarInRange(2)) * 0.02);
     if (version == 2) {
         ImageModExposure step(exposure);
         step.templateMod(image, info);

@@ -1,5 +1,7 @@
 #include "mods/basic/ImageModNoise.h"
 
+#include <algorithm>
+
 #include <cmath>
 
 #include "imaging/Luminance.h"
@@ -35,8 +37,8 @@ GrainPlacement placementFor(FlexImage<T> const& image, ImageModChunkInfo const* 
                           info ? info->chunkY : 0};
 }
 
-// Luminance grain: shadows get more, and the sample moves along a power curve
-// so black and white stay put.
+// Luminance grain: shadows get more, and every sample (a fourth too) moves
+// along a power curve so black and white stay put.
 template <typename T>
 void addLuminanceGrain(T* p, int channels, float grain, float strength)
 {
@@ -44,8 +46,7 @@ void addLuminanceGrain(T* p, int channels, float grain, float strength)
     float const shade = (255.0f - L) / 255.0f;
     float const d = grain * strength * (0.3f + 0.7f * shade * shade);
     float const exponent = d >= 0.0f ? 1.0f - d : 1.0f / (1.0f + d);
-    int const colours = channels < 3 ? channels : 3;
-    for (int c = 0; c < colours; ++c)
+    for (int c = 0; c < channels; ++c)
         p[c] = FlexImage<T>::storeSample(255.0f * std::pow(float(p[c]) / 255.0f, exponent));
 }
 
@@ -96,7 +97,8 @@ ImageModNoise::ImageModNoise(float amount, float scale, float offset, int)
 int ImageModNoise::grainMode() const
 {
     if (vars.count > 3 && vars[3]->choiceData())
-        return vars[3]->choiceData()->selected + 1;
+        // Any index past the options lands outside 2..4: luminance grain.
+        return std::clamp(vars[3]->choiceData()->selected, -1, 4) + 1;
     return version;
 }
 
@@ -104,14 +106,14 @@ int ImageModNoise::grainMode() const
 template <typename T>
 void ImageModNoise::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
 {
-    float const amount = floatVar(0);
+    float const amount = floatVarInRange(0);
     if (amount == 0.0f)
         return;
     int const mode = grainMode();
     bool const additive = mode >= 2 && mode <= 4;
     float const strength = std::pow(amount * 0.01f, 1.4f);
     float const amplitude = (amount * 0.01f) * (amount * 0.01f) * 255.0f;
-    float const scale = floatVar(1); // a missing Scale reads 0: fineness 0.4
+    float const scale = floatVarInRange(1); // a missing Scale reads 0: fineness 0.4
     GrainPlacement const at = placementFor(*image, info, scale, floatVar(2));
     int const channels = image->channels;
     for (int row = 0; row < image->height; ++row) {

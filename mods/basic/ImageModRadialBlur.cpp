@@ -134,7 +134,7 @@ ImageModRadialBlur::ImageModRadialBlur(float amount, float falloff, float radius
 
 float ImageModRadialBlur::maximumRadius(int longestSide) const
 {
-    float k = floatVar(0) * 30.0f;
+    float k = floatVarInRange(0) * 30.0f;
     if (method() == BlurGaussian)
         k *= 1.5f;
     return float(double(longestSide) * 0.0008333333333333334 * double(k));
@@ -148,13 +148,13 @@ int ImageModRadialBlur::getExtraPixelRadiusRequired(int width, int height, float
 template <typename T>
 void ImageModRadialBlur::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
 {
-    float const amount = floatVar(0);
+    float const amount = floatVarInRange(0);
     int const m = method();
     if (amount == 0.0f || m < BlurGaussian || m > BlurCircle || image->width <= 0 || image->height <= 0)
         return;
     int const fullWidth = info ? info->fullWidth : image->width;
     int const fullHeight = info ? info->fullHeight : image->height;
-    std::vector<float> const radii = radiusPlane(*image, info, floatVar(1), floatVar(2),
+    std::vector<float> const radii = radiusPlane(*image, info, floatVarInRange(1), floatVarInRange(2),
                                                  maximumRadius(std::max(fullWidth, fullHeight)));
     KernelCache kernels(m);
     FlexImage<T> source;

@@ -18,7 +18,7 @@ ImageModSaturation::ImageModSaturation(float amount, int version)
 template <typename T>
 void ImageModSaturation::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
 {
-    float const amount = floatVar(0);
+    float const amount = floatVarInRange(0);
     if (amount == 1.0f)
         return;
     float const a = float(saturationFactor(amount));

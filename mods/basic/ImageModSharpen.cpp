@@ -1,5 +1,7 @@
 #include "mods/basic/ImageModSharpen.h"
 
+#include <algorithm>
+
 #include <vector>
 
 #include "mods/common/SampleLoop.h"
@@ -12,9 +14,10 @@ ImageModSharpen::ImageModSharpen(float amount)
     setDefaultVarsToCurrent();
 }
 
-int ImageModSharpen::getExtraPixelRadiusRequired(int, int, float scale)
+int ImageModSharpen::getExtraPixelRadiusRequired(int width, int height, float scale)
 {
-    return radiusForScale(scale);
+    // More than the picture's size would only repeat its edges.
+    return std::min(radiusForScale(scale), std::max(std::max(width, height), 0));
 }
 
 void ImageModSharpen::makeHighPassKernel(int r, GrowArray<float>* out)
@@ -29,7 +32,7 @@ void ImageModSharpen::makeHighPassKernel(int r, GrowArray<float>* out)
 template <typename T>
 void ImageModSharpen::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
 {
-    float const a = floatVar(0) * 0.01f;
+    float const a = floatVarInRange(0) * 0.01f;
     if (a == 0.0f || image->width <= 0 || image->height <= 0)
         return;
     int const r = radiusForScale(info ? info->scale : image->scale);

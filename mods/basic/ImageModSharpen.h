@@ -18,5 +18,11 @@ public:
 
     // The (2r + 1)^2 high-pass: -1 everywhere, the centre balancing to a sum of 0.
     static void makeHighPassKernel(int r, GrowArray<float>* out);
-    static int radiusForScale(float scale) { return int(std::ceil(0.5f / scale)); }
+    // A render at scale s needs ceil(0.5 / s) pixels. Scales below 1/64 (or
+    // not a positive number) are taken as 1/64: a 32-pixel reach is the most
+    // a one-pixel sharpening can use.
+    static int radiusForScale(float scale)
+    {
+        return int(std::ceil(0.5f / (scale >= 1.0f / 64.0f ? scale : 1.0f / 64.0f)));
+    }
 };

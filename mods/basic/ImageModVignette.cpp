@@ -19,16 +19,15 @@ ImageModVignette::ImageModVignette(float amount, float sharpness, float radius)
 template <typename T>
 void ImageModVignette::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
 {
-    float const a = floatVar(0);
+    float const a = floatVarInRange(0);
     if (a == 0.0f)
         return;
-    float const e = rampExponent(floatVar(1));
+    float const e = rampExponent(floatVarInRange(1));
     PictureFrame const frame = pictureFrame(*image, info);
     float const halfW = frame.visibleWidth * 0.5f;
     float const halfH = frame.visibleHeight * 0.5f;
-    float const reach = 2.0f * floatVar(2) * std::sqrt(halfW * halfW + halfH * halfH);
+    float const reach = 2.0f * floatVarInRange(2) * std::sqrt(halfW * halfW + halfH * halfH);
     int const channels = image->channels;
-    int const colours = channels < 3 ? channels : 3;
     for (int y = 0; y < image->height; ++y) {
         float const dy = float(y) - frame.centreY;
         T* p = image->pixelAt(0, y);
@@ -37,7 +36,7 @@ void ImageModVignette::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
             float const d = std::sqrt(dx * dx + dy * dy) / reach;
             float const v = d > 0.0f ? easePow(d * 1.05f, e) : 0.0f;
             float const m = v * a * 255.0f;
-            for (int c = 0; c < colours; ++c)
+            for (int c = 0; c < channels; ++c)
                 p[c] = FlexImage<T>::storeSample(clamp255(float(p[c]) - m));
         }
     }

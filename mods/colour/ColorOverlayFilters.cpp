@@ -16,18 +16,22 @@ ImageModColorOverlay::ImageModColorOverlay(char const* name, int method, float a
 template <typename T>
 void ImageModColorOverlay::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
 {
-    float const a = floatVar(0);
+    float const a = floatVarInRange(0);
     if (a == 0.0f || image->channels < 3)
         return;
     OVRGBColor const colour = colorVar(1);
     HSV const dye = colourRules::dyeHSV(colour);
     int const dyeVersion = version;
     colourRules::withMethod(method, [&](auto m) {
-        forEachPixel(image, [&](T* p, int) {
+        constexpr int rule = decltype(m)::value;
+        forEachPixel(image, [&](T* p, int channels) {
             float rgb[3] = {float(p[0]), float(p[1]), float(p[2])};
-            colourRules::applyMethod<decltype(m)::value>(rgb, colour, dye, a, dyeVersion);
+            colourRules::applyMethod<rule>(rgb, colour, dye, a, dyeVersion);
             for (int c = 0; c < 3; ++c)
                 p[c] = FlexImage<T>::storeSample(rgb[c]);
+            // A colour filter's fourth target is 255: alpha moves toward opaque.
+            if (rule == colourRules::ColorFilter && channels > 3)
+                p[3] = FlexImage<T>::storeSample(colourRules::filterChannel(float(p[3]), 255.0f, a));
         });
     });
 }

@@ -1,5 +1,7 @@
 #include "mods/colour/ImageModRGBSwap.h"
 
+#include <cmath>
+
 #include <algorithm>
 
 #include "mods/common/SampleLoop.h"
@@ -25,8 +27,12 @@ void ImageModRGBSwap::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
         return;
     if (image->channels < 3)
         return;
-    float const s = std::min({255.0f / (c1.red + c2.red + c3.red), 255.0f / (c1.green + c2.green + c3.green),
-                              255.0f / (c1.blue + c2.blue + c3.blue)});
+    float s = std::min({255.0f / (c1.red + c2.red + c3.red), 255.0f / (c1.green + c2.green + c3.green),
+                        255.0f / (c1.blue + c2.blue + c3.blue)});
+    // Three black colours leave no factor (every sum is 0); every product
+    // is 0 then, and so is the result.
+    if (!std::isfinite(s))
+        s = 0.0f;
     forEachPixel(image, [&](T* p, int channels) {
         // Every sample is read out and cleared; only red, green and blue are
         // written back, so a fourth channel ends at 0.

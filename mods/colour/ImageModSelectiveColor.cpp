@@ -46,7 +46,7 @@ void ImageModSelectiveColor::templateMod(FlexImage<T>* image, ImageModChunkInfo*
             return;
         float const L = float(pixelLuminance(p, channels));
         float const f = (1.0f - w) + w * k;
-        for (int c = 0; c < 3; ++c)
+        for (int c = 0; c < channels; ++c)
             p[c] = FlexImage<T>::storeSample(clamp255(float(p[c]) * f + (1.0f - f) * L));
     });
 }

@@ -57,7 +57,9 @@ inline float clampChannel(float v)
     return v < 0.0f ? 0.0f : (v > 255.0f ? 255.0f : v);
 }
 
-// One of the colour methods on a pixel, results clamped. dye is the colour's
+// One of the colour methods on a pixel. Tint and Dye are blends and clamp
+// nothing (with samples and colour in 0..255 they stay there); the others
+// are clamped to 0..255. dye is the colour's
 // HSV (hue in degrees, saturation and value 0..1). The method is a template
 // argument so that a pixel loop is compiled once per method, with no branch
 // on the method inside it (see withMethod).
@@ -88,8 +90,9 @@ inline void applyMethod(float* rgb, OVRGBColor const& k, HSV const& dye, float a
         for (int c = 0; c < 3; ++c)
             rgb[c] = tintChannel(rgb[c], rgb[c] * components[c] / 255.0f, a);
     }
-    for (int c = 0; c < 3; ++c)
-        rgb[c] = clampChannel(rgb[c]);
+    if constexpr (method != Tint && method != Dye)
+        for (int c = 0; c < 3; ++c)
+            rgb[c] = clampChannel(rgb[c]);
 }
 
 // Calls visit with the method as a compile-time constant

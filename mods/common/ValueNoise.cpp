@@ -36,8 +36,21 @@ float latticeValue(int32_t i, int32_t j)
     return 1.0f - float(double(mixed) * 9.313225746154785e-10);
 }
 
+// The lattice repeats every 2^32 cells (its hash wraps at 32 bits), so a
+// coordinate can be folded into one period first: any finite coordinate,
+// however large, then has a lattice cell that fits the integer types.
+double withinOnePeriod(double v)
+{
+    constexpr double period = 4294967296.0;
+    if (!std::isfinite(v))
+        return 0.0; // no lattice cell: the field's value at the origin
+    return v - period * std::floor(v / period);
+}
+
 float octave(double x, double y)
 {
+    x = withinOnePeriod(x);
+    y = withinOnePeriod(y);
     double const fx = std::floor(x);
     double const fy = std::floor(y);
     int32_t const ix = int32_t(int64_t(fx));

@@ -11,22 +11,19 @@ inline float blendThroughCurve(float c, ToneCurve const& curve, float amount)
     return c * (1.0f - amount) + curve.lookupChannel(c) * 255.0f * amount;
 }
 
-// Moves the pixel's luminance to its blended curve value, every colour
-// channel following in proportion (toward black or toward white).
+// Moves the pixel's luminance to its blended curve value, every channel
+// following in proportion (toward black or toward white), a fourth too.
 template <typename T>
 void curveLuminance(T* p, int channels, ToneCurve const& curve, float amount)
 {
-    int const colours = channels < 3 ? channels : 3;
     float const L = float(pixelLuminance(p, channels));
-    FlexImage<T>::moveLuminance(p, colours, L, blendThroughCurve(L, curve, amount));
+    FlexImage<T>::moveLuminance(p, channels, L, blendThroughCurve(L, curve, amount));
 }
 
-// Every colour channel through the curve, blended by amount; a fourth
-// channel is left alone.
+// Every channel through the curve, blended by amount, a fourth too.
 template <typename T>
-void curveEachColour(T* p, int channels, ToneCurve const& curve, float amount)
+void curveEachChannel(T* p, int channels, ToneCurve const& curve, float amount)
 {
-    int const colours = channels < 3 ? channels : 3;
-    for (int c = 0; c < colours; ++c)
+    for (int c = 0; c < channels; ++c)
         p[c] = FlexImage<T>::storeSample(blendThroughCurve(float(p[c]), curve, amount));
 }

@@ -43,14 +43,16 @@ template <typename T>
 void ImageModExposureCurve::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
 {
     static float const neutral[] = {0.0f, 0.5f, 1.0f, 0.5f};
-    float const a = floatVar(0);
+    float const a = floatVarInRange(0);
     ToneCurve const* curve = curveVar(1);
     if (a == 0.0f || !curve || curve->hasControlPoints(neutral, 2))
         return;
     bool const drainColour = version != 2;
     forEachPixel(image, [&](T* p, int channels) {
         float const Y = float(pixelLuminance(p, channels));
-        float const e = curve->lookupChannel(Y) * 2.0f * a + (1.0f - a);
+        // The exposure rules hold from 0 (black) to 2 (white); a curve drawn
+        // outside 0..1 takes the nearest end.
+        float const e = std::fmin(std::fmax(curve->lookupChannel(Y) * 2.0f * a + (1.0f - a), 0.0f), 2.0f);
         if (e == 1.0f)
             return;
         int const colours = channels < 3 ? channels : 3;

@@ -41,7 +41,7 @@ void curveLightness(T* p, ToneCurve const& curve, float amount)
 template <typename T>
 void applyCurveByMethod(FlexImage<T>* image, ImageMod const& mod, int method)
 {
-    float const a = mod.floatVar(0);
+    float const a = mod.floatVarInRange(0);
     ToneCurve const* curve = mod.curveVar(1);
     if (a == 0.0f || !curve || curve->isIdentity())
         return;
@@ -58,7 +58,7 @@ void applyCurveByMethod(FlexImage<T>* image, ImageMod const& mod, int method)
         forEachPixel(image, [&](T* p, int) { curveLightness(p, *curve, a); });
         break;
     default:
-        forEachPixel(image, [&](T* p, int channels) { curveEachColour(p, channels, *curve, a); });
+        forEachPixel(image, [&](T* p, int channels) { curveEachChannel(p, channels, *curve, a); });
         break;
     }
 }
@@ -79,7 +79,9 @@ ImageModToneCurve::ImageModToneCurve(float amount, char const* curvePoints, int 
 
 int ImageModToneCurve::method() const
 {
-    return vars.count > 2 && vars[2]->choiceData() ? vars[2]->choiceData()->selected + 1 : PerChannel;
+    // Options 0, 1, 2 are the methods 1, 2, 3; any other index, per channel.
+    int const selected = choiceVar(2, -1);
+    return selected >= 0 && selected <= 2 ? selected + 1 : PerChannel;
 }
 
 template <typename T>

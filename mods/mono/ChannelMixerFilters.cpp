@@ -46,23 +46,31 @@ void ImageModChannelMixer::notifyVarChanged(int index)
     }
 }
 
+// A weighted sum with weights in percent. Summed first and divided once, in
+// double: whole-number weights that add up to 100 give exactly 255 for
+// white, where multiplying each by 0.01 would leave 254.99998.
+inline double percentMix(double const* samples, double const* percents)
+{
+    return (samples[0] * percents[0] + samples[1] * percents[1] + samples[2] * percents[2]) / 100.0;
+}
+
 template <typename T>
 void ImageModChannelMixer::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
 {
-    float m[3][3];
+    double m[3][3];
     bool identity = true;
     for (int out = 0; out < 3; ++out)
         for (int in = 0; in < 3; ++in) {
             float const w = weight(out, in);
             identity = identity && w == (out == in ? 100.0f : 0.0f);
-            m[out][in] = w * 0.01f;
+            m[out][in] = w;
         }
     if (identity || image->channels < 3)
         return;
     forEachPixel(image, [&](T* p, int) {
-        float const in[3] = {float(p[0]), float(p[1]), float(p[2])};
+        double const in[3] = {double(p[0]), double(p[1]), double(p[2])};
         for (int out = 0; out < 3; ++out)
-            p[out] = FlexImage<T>::storeSample(clamp255(in[0] * m[out][0] + in[1] * m[out][1] + in[2] * m[out][2]));
+            p[out] = FlexImage<T>::storeSample(clamp255(float(percentMix(in, m[out]))));
     });
 }
 
@@ -79,14 +87,13 @@ ImageModChannelMixerGreyscale::ImageModChannelMixerGreyscale(float red, float gr
 template <typename T>
 void ImageModChannelMixerGreyscale::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
 {
-    float const wr = floatVar(0) * 0.01f;
-    float const wg = floatVar(1) * 0.01f;
-    float const wb = floatVar(2) * 0.01f;
+    double const weights[3] = {floatVar(0), floatVar(1), floatVar(2)};
     if (image->channels < 3)
         return;
     // Negative weights can push the sum below 0; it is limited there too.
     forEachPixel(image, [&](T* p, int channels) {
-        setGrey(p, channels, clamp255(float(p[0]) * wr + float(p[1]) * wg + float(p[2]) * wb));
+        double const in[3] = {double(p[0]), double(p[1]), double(p[2])};
+        setGrey(p, channels, clamp255(float(percentMix(in, weights))));
     });
 }
 

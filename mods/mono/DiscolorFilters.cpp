@@ -23,7 +23,7 @@ ImageModDiscolor::ImageModDiscolor(float amount, float offset, OVRGBColor colour
 template <typename T>
 void ImageModDiscolor::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
 {
-    float const a = floatVar(0);
+    float const a = floatVarInRange(0);
     if (a == 0.0f || image->channels < 3)
         return;
     OVRGBColor const colour = colorVar(2);
@@ -33,8 +33,9 @@ void ImageModDiscolor::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
     int const chunkY = info ? info->chunkY : 0;
     // Positions are fractions of the picture's longer side, so the pattern
     // looks the same at every render size and across tiles.
-    double const perPixel = 2.0 / std::max(double(floatVar(3)), 0.05) / double(std::max(fullWidth, fullHeight));
-    double const stretch = 1.0 / (1.0 + double(floatVar(4)));
+    double const perPixel =
+        2.0 / std::max(double(floatVarInRange(3)), 0.05) / double(std::max(std::max(fullWidth, fullHeight), 1));
+    double const stretch = 1.0 / (1.0 + double(floatVarInRange(4)));
     double const shift = double(floatVar(1)) * 0.37 + 100.0;
     int const channels = image->channels;
     for (int row = 0; row < image->height; ++row) {
@@ -63,7 +64,7 @@ ImageModLightleak::ImageModLightleak(float amount)
 template <typename T>
 void ImageModLightleak::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
 {
-    float const a = floatVar(0);
+    float const a = floatVarInRange(0);
     if (a == 0.0f)
         return;
     double const v = double(floatVar(1)) + 248.75;

@@ -8,7 +8,12 @@
 #include <QProcess>
 #include <QTemporaryDir>
 
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include "extension/ImageFiles.h"
+#include "support/PhotoFiles.h"
 
 namespace {
 
@@ -19,10 +24,15 @@ struct ToolRun
     QString err;
 };
 
-ToolRun quillmere(QStringList const& args, QString const& folder)
+ToolRun quillmere(QStringList const& args, QString const& folder, QString const& userData = QString())
 {
     QProcess process;
     process.setWorkingDirectory(folder);
+    if (!userData.isEmpty()) {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("XDG_DATA_HOME", userData);
+        process.setProcessEnvironment(environment);
+    }
     process.start(QUILLMERE_TOOL_PATH, args);
     process.waitForFinished(120000);
     return ToolRun{process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
@@ -39,8 +49,8 @@ protected:
             for (int x = 0; x < 90; ++x)
                 photo.setPixelColor(x, y, QColor(x * 2, y * 4, 90));
         QString error;
-        ASSERT_TRUE(writeImageFile(photo, path("photo.jpg"), "jpeg", 95, &error));
-        ASSERT_TRUE(writeImageFile(photo.mirrored(), path("second.png"), "png", -1, &error));
+        ASSERT_TRUE(saveTestPicture(photo, path("photo.jpg"), 95, &error));
+        ASSERT_TRUE(saveTestPicture(photo.mirrored(), path("second.png"), 100, &error));
     }
 
     QString path(QString const& name) const { return dir.filePath(name); }
@@ -173,4 +183,118 @@ TEST_F(QuillmereTool, APresetStepThatNamesNoFilterIsReported)
     EXPECT_TRUE(lenient.err.contains("step \"Teleport\" names no filter")) << "still said, once";
     EXPECT_EQ(lenient.err.count('\n'), 1);
     EXPECT_TRUE(QFile::exists(path("a.jpg")));
+}
+
+// Outputs that would lose a result or harm a file are refused before any
+// rendering: two photos to one name, a FIFO or device, an unknown format.
+TEST_F(QuillmereTool, OutputsThatWouldLoseOrHarmAreRefused)
+{
+    QDir(dir.path()).mkpath("a");
+    QDir(dir.path()).mkpath("b");
+    QDir(dir.path()).mkpath("out");
+    QFile::copy(path("photo.jpg"), path("a/photo.jpg"));
+    QFile::copy(path("photo.jpg"), path("b/photo.jpg"));
+    ToolRun const clash =
+        quillmere({"apply", "--preset", "Noir", "a/photo.jpg", "b/photo.jpg", "--out-dir", "out"}, dir.path());
+    EXPECT_EQ(clash.status, 2);
+    EXPECT_TRUE(clash.err.contains("both a/photo.jpg and b/photo.jpg")) << clash.err.toStdString();
+    EXPECT_TRUE(QDir(path("out")).entryList(QDir::Files | QDir::Hidden).isEmpty()) << "nothing is rendered";
+
+    ASSERT_EQ(mkfifo(path("pipe.jpg").toUtf8().constData(), 0644), 0);
+    expectRefused({"apply", "--preset", "Noir", "photo.jpg", "-o", "pipe.jpg"}, "pipe.jpg", "not a regular file");
+    struct stat info;
+    ASSERT_EQ(stat(path("pipe.jpg").toUtf8().constData(), &info), 0);
+    EXPECT_TRUE(S_ISFIFO(info.st_mode)) << "the FIFO is still a FIFO";
+
+    for (QStringList const& args : {QStringList{"apply", "--preset", "Noir", "photo.jpg", "-o", "x.bmp"},
+                                    QStringList{"apply", "--preset", "Noir", "--amount", "nan", "photo.jpg", "-o", "x.jpg"},
+                                    QStringList{"apply", "--preset", "Noir", "--max-megapixels", "nan", "photo.jpg",
+                                                "-o", "x.jpg"},
+                                    QStringList{"thumbnails", "photo.jpg", "--size", "9999x9999", "-o", "s.png"}}) {
+        ToolRun const run = quillmere(args, dir.path());
+        EXPECT_EQ(run.status, 2) << args.join(' ').toStdString();
+    }
+    EXPECT_FALSE(QFile::exists(path("x.bmp")));
+}
+
+TEST_F(QuillmereTool, ResultsTakeTheFormatTheirNameSays)
+{
+    ToolRun const run = quillmere({"apply", "--preset", "Noir", "photo.jpg", "-o", "result.png"}, dir.path());
+    ASSERT_EQ(run.status, 0) << run.err.toStdString();
+    QFile result(path("result.png"));
+    ASSERT_TRUE(result.open(QIODevice::ReadOnly));
+    EXPECT_EQ(result.read(8), QByteArray("\x89PNG\r\n\x1a\n", 8));
+}
+
+TEST_F(QuillmereTool, AFileNameThatIsNotUtf8StillNamesItsFile)
+{
+    QByteArray const input = QFile::encodeName(dir.path()) + "/caf\xe9.jpg";
+    QByteArray const output = QFile::encodeName(dir.path()) + "/r\xe9sultat.jpg";
+    ASSERT_EQ(::link(QFile::encodeName(path("photo.jpg")).constData(), input.constData()), 0);
+    // Through a shell, so that the arguments reach the tool as raw bytes.
+    QByteArray const script = "exec \"$0\" apply --preset Noir \"$1\" -o \"$2\"";
+    pid_t const child = fork();
+    if (child == 0) {
+        execl("/bin/sh", "sh", "-c", script.constData(), QUILLMERE_TOOL_PATH, input.constData(), output.constData(),
+              static_cast<char*>(nullptr));
+        _exit(127);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+    struct stat info;
+    EXPECT_EQ(stat(output.constData(), &info), 0) << "the result has the name asked for, byte for byte";
+}
+
+// A user preset folder full of traps: each is named with its reason, the
+// good presets still list, and a shipped preset still renders.
+TEST_F(QuillmereTool, HostilePresetFilesAreRefusedOneLineEach)
+{
+    QString const user = path("data");
+    QString const folder = user + "/quillmere/Presets";
+    ASSERT_TRUE(QDir().mkpath(folder));
+    ASSERT_EQ(mkfifo((folder + "/Fifo.qmf").toUtf8().constData(), 0644), 0);
+    ASSERT_EQ(symlink("/dev/zero", (folder + "/Zero.qmf").toUtf8().constData()), 0);
+    auto const write = [&](QString const& name, QByteArray const& text) {
+        QFile file(folder + "/" + name);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(text);
+    };
+    write("Deep.qmf", "<filter version=\"1\">" + QByteArray("<submod name=\"x\">").repeated(43000) + "</filter>");
+    QByteArray bomb = "<filter version=\"1\">\n<submod name=\"L0\"><mod name=\"Brightness\" /></submod>\n";
+    for (int i = 1; i <= 20; ++i)
+        bomb += QString("<submod name=\"L%1\"><mod name=\"L%2\" /><mod name=\"L%2\" /></submod>\n")
+                    .arg(i)
+                    .arg(i - 1)
+                    .toUtf8();
+    write("Bomb.qmf", bomb + "<mod name=\"L20\" />\n</filter>\n");
+    write("Fine.qmf", "<filter version=\"1\"><mod name=\"Brightness\" /></filter>\n");
+    write("Shadowing.qmf", "<filter version=\"1\"><submod name=\"Noir\"><mod name=\"Blur\" /></submod></filter>\n");
+
+    ToolRun const presets = quillmere({"presets"}, dir.path(), user);
+    EXPECT_EQ(presets.status, 0);
+    EXPECT_TRUE(presets.out.contains("Fine")) << presets.out.toStdString();
+    EXPECT_EQ(presets.err.count('\n'), 4) << presets.err.toStdString();
+    EXPECT_TRUE(presets.err.contains("Fifo.qmf: not a regular file"));
+    EXPECT_TRUE(presets.err.contains("Zero.qmf: not a regular file"));
+    EXPECT_TRUE(presets.err.contains("Deep.qmf: elements are nested more than 64 deep"));
+    EXPECT_TRUE(presets.err.contains("Bomb.qmf: more than 1000 filters"));
+
+    ToolRun const apply = quillmere({"apply", "--preset", "Noir", "photo.jpg", "-o", "n.jpg"}, dir.path(), user);
+    EXPECT_EQ(apply.status, 0) << apply.err.toStdString();
+    EXPECT_TRUE(QFile::exists(path("n.jpg")));
+}
+
+TEST_F(QuillmereTool, ADamagedPhotoGivesOneLineNamingIt)
+{
+    QFile whole(path("second.png"));
+    ASSERT_TRUE(whole.open(QIODevice::ReadOnly));
+    QByteArray bytes = whole.readAll();
+    for (int i = 100; i < bytes.size(); i += 50)
+        bytes[i] = char(bytes[i] ^ 0x5a);
+    QFile damaged(path("damaged.png"));
+    ASSERT_TRUE(damaged.open(QIODevice::WriteOnly));
+    damaged.write(bytes);
+    damaged.close();
+    expectRefused({"apply", "--preset", "Noir", "damaged.png", "-o", "d.jpg"}, "damaged.png", "damaged");
 }

@@ -10,6 +10,7 @@
 #include "extension/EditingSession.h"
 #include "extension/ImageBridge.h"
 #include "extension/ImageFiles.h"
+#include "support/PhotoFiles.h"
 
 namespace {
 
@@ -23,11 +24,11 @@ QImage gradient(int width, int height)
     return image;
 }
 
-QString writePhoto(QTemporaryDir const& dir, QImage const& image)
+QString savePhoto(QTemporaryDir const& dir, QImage const& image)
 {
     QString const path = dir.filePath("photo.jpg");
     QString error;
-    EXPECT_TRUE(writeImageFile(image, path, "jpeg", 100, &error)) << error.toStdString();
+    EXPECT_TRUE(saveTestPicture(image, path, 100, &error)) << error.toStdString();
     return path;
 }
 
@@ -64,7 +65,7 @@ TEST(EditingSession, ThumbnailsChoiceAndFinishedPhoto)
 {
     QTemporaryDir dir;
     QImage const photo = gradient(300, 200);
-    QString const path = writePhoto(dir, photo);
+    QString const path = savePhoto(dir, photo);
     EditingSession session;
     session.loadStandardPresets();
     QString error;
@@ -84,7 +85,7 @@ TEST(EditingSession, ThumbnailsChoiceAndFinishedPhoto)
     EXPECT_EQ(adjustment.formatIdentifier, "AdjustmentDataIdentifier");
     EXPECT_EQ(adjustment.formatVersion, "1.0");
     EXPECT_TRUE(adjustment.data.isEmpty());
-    QImage const saved(out);
+    QImage const saved = loadTestPicture(out);
     EXPECT_EQ(saved.size(), QSize(300, 200));
     EXPECT_EQ(QImageReader(out).format(), "jpeg");
 }
@@ -93,14 +94,14 @@ TEST(EditingSession, FinishingWithoutAChoiceSavesThePhotoUnedited)
 {
     QTemporaryDir dir;
     QImage const photo = gradient(120, 80);
-    QString const path = writePhoto(dir, photo);
+    QString const path = savePhoto(dir, photo);
     EditingSession session;
     QString error;
     ASSERT_TRUE(session.startWithPhoto(path, 64, &error));
     QString const out = dir.filePath("same.jpg");
     ASSERT_TRUE(session.finish(out, 100, nullptr, &error));
-    QImage const saved = QImage(out).convertToFormat(QImage::Format_RGB888);
-    QImage const original = QImage(path).convertToFormat(QImage::Format_RGB888);
+    QImage const saved = loadTestPicture(out);
+    QImage const original = loadTestPicture(path);
     int worst = 0;
     for (int y = 0; y < 80; ++y)
         for (int x = 0; x < 120 * 3; ++x)
@@ -116,9 +117,10 @@ TEST(EditingSession, UnreadablePhotosAreReportedAndLeaveNothing)
     EXPECT_FALSE(session.startWithPhoto(dir.filePath("missing.jpg"), 64, &error));
     EXPECT_EQ(error, "no such file");
     session.maxMegapixels = 0.001;
-    QString const path = writePhoto(dir, gradient(60, 40));
+    QString const path = savePhoto(dir, gradient(60, 40));
     EXPECT_FALSE(session.startWithPhoto(path, 64, &error));
     EXPECT_TRUE(error.contains("more than the limit")) << error.toStdString();
-    EXPECT_FALSE(writeImageFile(gradient(4, 4), dir.filePath("no/such/folder/x.jpg"), "jpeg", 90, &error));
+    EXPECT_FALSE(saveTestPicture(gradient(4, 4), dir.filePath("no/such/folder/x.jpg"), 90, &error));
+    EXPECT_EQ(error, "folder does not exist");
     EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files).size(), 1);
 }

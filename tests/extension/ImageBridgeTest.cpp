@@ -59,20 +59,21 @@ TEST(ImageBridge, WayBackTruncatesAndWraps)
     EXPECT_EQ(qAlpha(second), 255);
 }
 
-TEST(ImageBridge, SixteenBitFilesKeepTheirPrecision)
+TEST(ImageFiles, SixteenBitFilesKeepTheirPrecision)
 {
     // 16-bit PNG samples of 257 x 100 + 128 land between whole levels.
     QTemporaryDir dir;
-    QImage deep(1, 1, QImage::Format_RGBX64);
-    deep.setPixelColor(0, 0, QColor::fromRgba64(257 * 100 + 128, 257 * 20, 65535));
+    FlexImage<float> deep(1, 1, 3);
+    deep.pixels[0] = float((257 * 100 + 128) / 257.0);
+    deep.pixels[1] = 20.0f;
+    deep.pixels[2] = 255.0f;
     QString const path = dir.filePath("deep.png");
     QString error;
-    ASSERT_TRUE(writeImageFile(deep, path, "png", -1, &error)) << error.toStdString();
-    QImage read;
-    ASSERT_TRUE(readImageFile(path, defaultMaxMegapixels, &read, &error)) << error.toStdString();
-    FlexImage<float> out;
-    ASSERT_TRUE(flexImageFromQImage(read, &out));
-    EXPECT_NEAR(out.pixels[0], 100.0f + 128.0f / 257.0f, 1e-4);
-    EXPECT_EQ(out.pixels[1], 20.0f);
-    EXPECT_EQ(out.pixels[2], 255.0f);
+    ASSERT_TRUE(writePhoto(deep, PhotoMetadata(), path, PhotoWriteOptions(), &error)) << error.toStdString();
+    Photo read;
+    ASSERT_TRUE(readPhoto(path, PhotoReadOptions(), &read, &error)) << error.toStdString();
+    ASSERT_TRUE(read.isDeep());
+    EXPECT_NEAR(read.deep.pixels[0], 100.0f + 128.0f / 257.0f, 1e-4);
+    EXPECT_EQ(read.deep.pixels[1], 20.0f);
+    EXPECT_EQ(read.deep.pixels[2], 255.0f);
 }

@@ -136,3 +136,18 @@ TEST(FlexImage, LuminanceContrastMovesLuminanceKeepingHue)
     EXPECT_EQ(bright[0], 255);
     EXPECT_EQ(bright[1], int(153.0f + 102.0f * (T - L) / (255.0f - L)));
 }
+
+TEST(FlexImage, ConvolutionIntoANewFourChannelImageStartsOpaque)
+{
+    FlexImage<unsigned char> source(3, 2, 3);
+    std::fill(source.pixels, source.pixels + source.sampleCount(), 40);
+    FlexImage<unsigned char> destination;
+    destination.channels = 4;
+    float const identity[] = {1.0f};
+    source.convolveWithKernel(identity, 1, 1, destination);
+    ASSERT_EQ(destination.width, 3);
+    for (int i = 0; i < 6; ++i) {
+        EXPECT_EQ(destination.pixels[i * 4], 40);
+        EXPECT_EQ(destination.pixels[i * 4 + 3], 255);
+    }
+}

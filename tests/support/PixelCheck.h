@@ -32,6 +32,18 @@ inline Pixel applyToPixel(ImageMod& mod, Pixel const& in)
     return out;
 }
 
+// The float result alone, for inputs no 8-bit pixel can hold (samples
+// beyond 0..255, a fourth channel that is not opaque).
+inline Pixel applyToFloatPixel(ImageMod& mod, Pixel const& in, ImageModChunkInfo* info = nullptr)
+{
+    int const channels = int(in.size());
+    FlexImage<float> floats(1, 1, channels);
+    for (int c = 0; c < channels; ++c)
+        floats.pixels[c] = in[c];
+    mod.applyMod(&floats, info);
+    return Pixel(floats.pixels, floats.pixels + channels);
+}
+
 inline void expectPixel(Pixel const& got, float r, float g, float b, float tolerance = 2e-3f)
 {
     EXPECT_NEAR(got[0], r, tolerance);

@@ -298,3 +298,31 @@ TEST(SpatialFilters, DynamicsLeavesAFlatImageFlat)
         EXPECT_NEAR(image.pixelAt(20, 15)[1], expected, 0.01f) << "method " << method;
     }
 }
+
+// Vignette and luminance grain move every channel, a fourth included.
+TEST(SpatialFilters, VignetteAndGrainMoveTheFourthChannel)
+{
+    // Radius 0: every pixel off the centre is past the ramp, so each
+    // channel loses 0.2 x 255 = 51.
+    ImageModVignette vignette(0.2f, 50.0f, 0.0f);
+    ImageModChunkInfo info;
+    info.fullWidth = 9;
+    info.fullHeight = 9;
+    Pixel const darker = applyToFloatPixel(vignette, {200, 150, 100, 220}, &info);
+    expectPixel(darker, 149.0f, 99.0f, 49.0f);
+    EXPECT_NEAR(darker[3], 169.0f, 1e-3f);
+
+    // A grey pixel whose alpha equals its colour: the grain's power curve
+    // is the same for every channel, so alpha ends where red does.
+    ImageModNoise grain(80.0f, 50.0f, 0.0f);
+    grain.setVersion(1);
+    FlexImage<float> image(16, 1, 4);
+    std::fill(image.pixels, image.pixels + image.sampleCount(), 100.0f);
+    grain.applyMod(&image, nullptr);
+    bool moved = false;
+    for (int x = 0; x < 16; ++x) {
+        EXPECT_EQ(image.pixelAt(x, 0)[3], image.pixelAt(x, 0)[0]);
+        moved = moved || image.pixelAt(x, 0)[3] != 100.0f;
+    }
+    EXPECT_TRUE(moved);
+}

@@ -140,3 +140,43 @@ TEST(ColourFilters, ColourByToneAndTemperature)
         EXPECT_GT(cooled[2], 100.0f) << "method " << method;
     }
 }
+
+// Tint and Dye are blends: nothing clamps them.
+TEST(ColourFilters, TintAndDyeClampNothing)
+{
+    // 400 x 0.9 + 255 x 0.1 = 385.5; 100 x 0.9 + 25.5; -50 x 0.9 + 25.5.
+    ImageModTint tint(0.1f, OVRGBColor(255.0f, 255.0f, 255.0f));
+    expectPixel(applyToFloatPixel(tint, {400, 100, -50}), 385.5f, 115.5f, -19.5f);
+    // Dye red at full value: v = 510 / 255 x 1 = 2, so the dyed red is 510;
+    // half of it and half of 510 is 510, not 255.
+    ImageModDye dye(0.5f, OVRGBColor(255.0f, 0.0f, 0.0f), 2);
+    expectPixel(applyToFloatPixel(dye, {510, 0, 0}), 510.0f, 0.0f, 0.0f);
+}
+
+// The fourth channel: Color Filter's target for it is 255, Selective
+// Saturation moves every channel toward the luminance.
+TEST(ColourFilters, FourthChannelFollowsItsRule)
+{
+    // d = (255 - 127.5) x 2/255 x 0.5 = 0.5: 100 + 0.5 x 155 = 177.5.
+    ImageModColorFilter filter(0.5f, OVRGBColor(127.5f, 127.5f, 127.5f));
+    Pixel const filtered = applyToFloatPixel(filter, {100, 100, 100, 100});
+    expectPixel(filtered, 100.0f, 100.0f, 100.0f);
+    EXPECT_NEAR(filtered[3], 177.5f, 1e-3f);
+
+    // Pure red, its own hue, Saturation 0: f = 0, every channel becomes
+    // L = 0.299 x 255 = 76.245.
+    ImageModSelectiveColor selective;
+    setColour(selective, 0, OVRGBColor(255.0f, 0.0f, 0.0f));
+    selective.setFloatVar(2, 0.0f);
+    Pixel const grey = applyToFloatPixel(selective, {255, 0, 0, 200});
+    expectPixel(grey, 76.245f, 76.245f, 76.245f);
+    EXPECT_NEAR(grey[3], 76.245f, 1e-3f);
+}
+
+TEST(ColourFilters, RgbSwapWithThreeBlackColoursGivesBlack)
+{
+    ImageModRGBSwap swap;
+    for (int i = 0; i < 3; ++i)
+        setColour(swap, i, OVRGBColor(0.0f, 0.0f, 0.0f));
+    expectPixel(applyToPixel(swap, {10, 200, 255}), 0.0f, 0.0f, 0.0f);
+}

@@ -143,3 +143,17 @@ TEST(CurveFilters, LegacyExposureCurveDrainsColourWhenDarkening)
     expectPixel(applyToPixel(exposure, {200, 100, 50}), r * kept + Y * (1 - kept), g * kept + Y * (1 - kept),
                 b * kept + Y * (1 - kept), 2e-2f);
 }
+
+// The per-channel and luminance curve rules take every channel, a fourth
+// included.
+TEST(CurveFilters, CurvesMoveTheFourthChannelToo)
+{
+    // A curve flat at 1, half strength: 100 x 0.5 + 255 x 0.5 = 177.5.
+    ImageModRGBCombinedCurve combined(0.5f, "0 1 1 1");
+    EXPECT_NEAR(applyToFloatPixel(combined, {100, 100, 100, 100})[3], 177.5f, 1e-2f);
+    // Black has luminance 0: every channel is set to the target, 255.
+    ImageModLuminanceCurve luminance(1.0f, "0 1 1 1");
+    Pixel const lifted = applyToFloatPixel(luminance, {0, 0, 0, 40});
+    expectPixel(lifted, 255.0f, 255.0f, 255.0f, 1e-2f);
+    EXPECT_NEAR(lifted[3], 255.0f, 1e-2f);
+}

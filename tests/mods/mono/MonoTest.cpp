@@ -48,3 +48,25 @@ TEST(MonoFilters, GreyscaleMixerAndFilteredBlackAndWhite)
     ImageModFilteredBW::filterWeights(120.0f, 1.0f, weights);
     EXPECT_NEAR(weights[0] + weights[1] + weights[2], 1.0f, 1e-6f);
 }
+
+// Whole-number weights that add up to 100 keep white at 255 in 8 bits.
+TEST(MonoFilters, WhiteStaysWhiteWhenWeightsAddUpToOneHundred)
+{
+    ImageModChannelMixer mixer;
+    for (int out = 0; out < 3; ++out) {
+        mixer.setWeight(out, 0, 30.0f);
+        mixer.setWeight(out, 1, 59.0f);
+        mixer.setWeight(out, 2, 11.0f);
+    }
+    FlexImage<unsigned char> white(1, 1, 3);
+    std::fill(white.pixels, white.pixels + 3, 255);
+    mixer.applyMod(&white, nullptr);
+    EXPECT_EQ(white.pixels[0], 255);
+    EXPECT_EQ(white.pixels[1], 255);
+    EXPECT_EQ(white.pixels[2], 255);
+
+    ImageModChannelMixerGreyscale greyscale(30.0f, 59.0f, 11.0f);
+    std::fill(white.pixels, white.pixels + 3, 255);
+    greyscale.applyMod(&white, nullptr);
+    EXPECT_EQ(white.pixels[0], 255);
+}
