@@ -12,7 +12,7 @@ BENCH_DIR := build/bench
 
 CMAKE_CONFIGURE = cmake -S . -B $(1) -DCMAKE_BUILD_TYPE=$(2) $(3) >/dev/null
 
-.PHONY: deps build test test-asan test-tsan demo bench fuzz fuzz-deps clean
+.PHONY: deps build test test-asan test-tsan demo docs bench fuzz fuzz-deps clean
 
 # Installs only what is missing, so a second run costs one dpkg query.
 deps:
@@ -82,6 +82,14 @@ demo: build
 	@mkdir -p $(DEMO_DIR)
 	./$(BUILD_DIR)/quillmere thumbnails $(DEMO_PHOTO) --size 240x135 -o $(DEMO_DIR)/contact-sheet.png
 	./$(BUILD_DIR)/quillmere apply --preset "$(DEMO_PRESET)" $(DEMO_PHOTO) -o $(DEMO_DIR)/seeding-warm-sunset.jpg
+
+STYLES := Saloon,Plastic,Hipster,Wedding,Skater,Silver,Poolside,Mono,Matte,Magazine,Lolo,Italiano,Instant,Helga,Colorcross,Autochrome,1983,1974,1962,1958
+
+# The pictures of the README, made from the sample photo.
+docs: build
+	./$(BUILD_DIR)/quillmere thumbnails $(DEMO_PHOTO) --size 240x135 -o docs/contact-sheet.jpg
+	./$(BUILD_DIR)/quillmere thumbnails $(DEMO_PHOTO) --size 300x169 --columns 7 --presets "$(STYLES)" -o docs/styles.jpg
+	./$(BUILD_DIR)/quillmere thumbnails $(DEMO_PHOTO) --size 240x135 --columns 7 --remix Lolo --steps 6 -o docs/remix.jpg
 
 bench: deps
 	$(call CMAKE_CONFIGURE,$(BENCH_DIR),Release,-DQUILLMERE_BUILD_BENCH=ON)

@@ -2,6 +2,8 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QHash>
+
+#include <cmath>
 #include <QTextStream>
 
 #include "app/CommandLine.h"
@@ -23,39 +25,9 @@ struct ApplyOptions
     QString outputFolder;
     QStringList photos;
     bool lenient = false;
+    bool remixed = false;
+    double remix = 0.0;
 };
-
-// Finds the preset by file or by name; reports and returns null if neither,
-// or if a step of it names no filter (unless lenient, when that step is
-// skipped with a warning).
-ImageModCompound* choosePreset(EditingSession& session, QString const& preset, bool lenient)
-{
-    PresetLibrary::Entry const* entry = nullptr;
-    bool const isFile = preset.endsWith(".qmf", Qt::CaseInsensitive) || isRegularFile(preset);
-    if (isFile) {
-        if (!pathExists(preset)) {
-            reportError(preset, "no such preset file");
-            return nullptr;
-        }
-        if (!session.library.loadFile(fileNameToSystem(preset).constData(), "file", session.prototypes)) {
-            reportError(preset, session.library.refused.last().reason.c_str());
-            return nullptr;
-        }
-        entry = &session.library.entries.last();
-    } else {
-        session.loadStandardPresets();
-        entry = session.library.find(preset.toUtf8().constData());
-        if (!entry) {
-            reportError(preset, "no preset of that name (see 'quillmere presets')");
-            return nullptr;
-        }
-    }
-    if (reportPresetNotes(*entry) > 0 && !lenient) {
-        reportError(entry->path.c_str(), "not rendered: the preset is incomplete (--lenient renders it anyway)");
-        return nullptr;
-    }
-    return entry->preset;
-}
 
 QString outputFor(ApplyOptions const& options, QString const& photo)
 {
@@ -107,6 +79,13 @@ int readOptions(QCommandLineParser const& parser, ApplyOptions* options)
     options->outputFolder = parser.value("out-dir");
     options->photos = parser.positionalArguments();
     options->lenient = parser.isSet("lenient");
+    if (parser.isSet("remix")) {
+        bool finite = false;
+        options->remix = parser.value("remix").toDouble(&finite);
+        if (!finite || !std::isfinite(options->remix) || std::fabs(options->remix) > 1e6)
+            return usageError("apply", "--remix needs a number (a variation, such as 0 to 100)");
+        options->remixed = true;
+    }
     if (options->preset.isEmpty())
         return usageError("apply", "needs --preset NAME or --preset FILE.qmf");
     if (options->photos.isEmpty())
@@ -179,6 +158,7 @@ int runApply(QStringList const& args)
     parser.addOption({"quality", "JPEG or WebP quality, 1 to 100 (default 100).", "Q", "100"});
     parser.addOption({"strip-metadata", "Leave out the photo's EXIF, XMP and colour profile."});
     parser.addOption(maxMegapixelsOption());
+    parser.addOption({"remix", "Set the Remix (variation) of every camera style in the preset to V.", "V"});
     parser.addOption({"lenient", "Render even when the preset has mistakes (steps naming no filter are skipped, "
                                  "values the filters cannot use are ignored)."});
     parser.addPositionalArgument("PHOTO...", "The photos to render.");
@@ -198,9 +178,13 @@ int runApply(QStringList const& args)
         return ExitFailed;
     if (reportOutputClashes(options))
         return ExitUsage;
-    ImageModCompound* preset = choosePreset(session, options.preset, options.lenient);
+    ImageModCompound* preset = findPreset(session, options.preset, options.lenient);
     if (!preset)
         return ExitFailed;
+    if (options.remixed && !setRemix(preset, options.remix)) {
+        reportError(options.preset, "has no camera style, so nothing to remix");
+        return ExitFailed;
+    }
     preset->setFloatVar(0, options.amount);
     session.currentMod = preset;
     session.keepOriginalAfterFinish = false;

@@ -115,3 +115,41 @@ bool isOneOf(QString const& output, QStringList const& inputs)
             return true;
     return false;
 }
+
+ImageModCompound* findPreset(EditingSession& session, QString const& preset, bool lenient)
+{
+    PresetLibrary::Entry const* entry = nullptr;
+    bool const isFile = preset.endsWith(".qmf", Qt::CaseInsensitive) || isRegularFile(preset);
+    if (isFile) {
+        if (!pathExists(preset)) {
+            reportError(preset, "no such preset file");
+            return nullptr;
+        }
+        if (!session.library.loadFile(fileNameToSystem(preset).constData(), "file", session.prototypes)) {
+            reportError(preset, session.library.refused.last().reason.c_str());
+            return nullptr;
+        }
+        entry = &session.library.entries.last();
+    } else {
+        session.loadStandardPresets();
+        entry = session.library.find(preset.toUtf8().constData());
+        if (!entry) {
+            reportError(preset, "no preset of that name (see 'quillmere presets')");
+            return nullptr;
+        }
+    }
+    if (reportPresetNotes(*entry) > 0 && !lenient) {
+        reportError(entry->path.c_str(), "not rendered: the preset has mistakes (--lenient renders it anyway)");
+        return nullptr;
+    }
+    return entry->preset;
+}
+
+bool setRemix(ImageMod* preset, double variation)
+{
+    GrowArray<ImageModVariable*> const remix = preset->getRemixVars();
+    for (ImageModVariable* v : remix)
+        if (ImageModVariableDataFloat* f = v->floatData())
+            f->value = float(variation);
+    return remix.count > 0;
+}

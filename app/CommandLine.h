@@ -4,6 +4,7 @@
 #include <QString>
 #include <QStringList>
 
+#include "extension/EditingSession.h"
 #include "extension/PresetLibrary.h"
 
 // Shared pieces of the quillmere subcommands.
@@ -44,3 +45,12 @@ int runPresets(QStringList const& args);
 int runFilters(QStringList const& args);
 int runThumbnails(QStringList const& args);
 int runApply(QStringList const& args);
+
+// The preset named by name or by a .qmf file, loading the standard presets
+// when a name is given. Says what is wrong (no such preset, mistakes in it
+// unless lenient) and returns null then.
+ImageModCompound* findPreset(EditingSession& session, QString const& preset, bool lenient);
+
+// Sets the Remix (variation) of every camera style in the preset; false when
+// it holds none.
+bool setRemix(ImageMod* preset, double variation);

@@ -25,6 +25,53 @@ bool parseSize(QString const& text, int* width, int* height)
     return *width > 0 && *height > 0 && *width <= largestThumbnailSide && *height <= largestThumbnailSide;
 }
 
+// Every preset over the thumbnail source, after the original, or only the
+// presets named (in the order named).
+bool renderPresets(EditingSession& session, QStringList const& only, QVector<QImage>* thumbnails,
+                   QStringList* names)
+{
+    session.loadStandardPresets();
+    reportPresetProblems(session.library);
+    if (only.isEmpty()) {
+        for (int i = 0; i < session.presetCount(); ++i) {
+            *thumbnails << session.renderThumbnail(i);
+            *names << session.preset(i)->name.c_str();
+        }
+        return true;
+    }
+    for (QString const& name : only) {
+        PresetLibrary::Entry const* entry = session.library.find(name.trimmed().toUtf8().constData());
+        if (!entry) {
+            reportError(name.trimmed(), "no preset of that name (see 'quillmere presets')");
+            return false;
+        }
+        EditingSession::render<float>(entry->preset, &session.thumbImageOriginal, &session.thumbImageFiltered);
+        *thumbnails << QImageFromFlexImage(&session.thumbImageFiltered);
+        *names << entry->preset->name.c_str();
+    }
+    return true;
+}
+
+// One preset's Remix family: steps variations spread over 0 to 100.
+bool renderRemixFamily(EditingSession& session, QString const& presetName, int steps, QVector<QImage>* thumbnails,
+                       QStringList* names)
+{
+    ImageModCompound* preset = findPreset(session, presetName, false);
+    if (!preset)
+        return false;
+    for (int k = 0; k < steps; ++k) {
+        double const variation = k * 100.0 / steps;
+        if (!setRemix(preset, variation)) {
+            reportError(presetName, "has no camera style, so nothing to remix");
+            return false;
+        }
+        EditingSession::render<float>(preset, &session.thumbImageOriginal, &session.thumbImageFiltered);
+        *thumbnails << QImageFromFlexImage(&session.thumbImageFiltered);
+        *names << QString("Remix %1").arg(variation, 0, 'g', 3);
+    }
+    return true;
+}
+
 } // namespace
 
 int runThumbnails(QStringList const& args)
@@ -36,9 +83,16 @@ int runThumbnails(QStringList const& args)
     QCommandLineOption const size("size", "Thumbnail size, each side at most 1024 (default 80x50).", "WxH",
                                   "80x50");
     QCommandLineOption const columns("columns", "Thumbnails per row (default 4).", "N", "4");
+    QCommandLineOption const remix("remix", "Instead of every preset, show PRESET's Remix family.", "PRESET");
+    QCommandLineOption const only("presets", "Only these presets, in this order (names separated by commas).",
+                                  "NAMES");
+    QCommandLineOption const steps("steps", "With --remix: how many variations (default 6, at most 48).", "N", "6");
     parser.addOption(output);
     parser.addOption(size);
     parser.addOption(columns);
+    parser.addOption(remix);
+    parser.addOption(only);
+    parser.addOption(steps);
     parser.addOption(maxMegapixelsOption());
     parser.addPositionalArgument("PHOTO", "The photo to preview the presets on.");
     int status = ExitOk;
@@ -61,6 +115,10 @@ int runThumbnails(QStringList const& args)
     int const columnCount = parser.value(columns).toInt(&columnsOk);
     if (!columnsOk || columnCount < 1)
         return usageError("thumbnails", "--columns needs a positive number");
+    bool stepsOk = false;
+    int const stepCount = parser.value(steps).toInt(&stepsOk);
+    if (!stepsOk || stepCount < 1 || stepCount > 48)
+        return usageError("thumbnails", "--steps needs a number from 1 to 48");
     EditingSession session;
     if (!readMaxMegapixels(parser, "thumbnails", &session.maxMegapixels))
         return ExitUsage;
@@ -82,14 +140,14 @@ int runThumbnails(QStringList const& args)
         return ExitFailed;
     }
     EditingSession::makeThumbnailSource(session.displayImageOriginal, &session.thumbImageOriginal, width, height);
-    session.loadStandardPresets();
-    reportPresetProblems(session.library);
     QVector<QImage> thumbnails{QImageFromFlexImage(&session.thumbImageOriginal)};
     QStringList names{"Original"};
-    for (int i = 0; i < session.presetCount(); ++i) {
-        thumbnails << session.renderThumbnail(i);
-        names << session.preset(i)->name.c_str();
-    }
+    bool const rendered = parser.isSet(remix)
+                              ? renderRemixFamily(session, parser.value(remix), stepCount, &thumbnails, &names)
+                              : renderPresets(session, parser.value(only).split(',', Qt::SkipEmptyParts),
+                                              &thumbnails, &names);
+    if (!rendered)
+        return ExitFailed;
     FlexImage<unsigned char> sheet;
     flexImageFromQImage(makeContactSheet(thumbnails, names, columnCount), &sheet);
     PhotoWriteOptions writing;

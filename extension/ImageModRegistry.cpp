@@ -30,6 +30,26 @@
 #include "mods/mono/ChannelMixerFilters.h"
 #include "mods/mono/DiscolorFilters.h"
 #include "mods/mono/ImageModFilteredBW.h"
+#include "mods/styles/ImageMod1958.h"
+#include "mods/styles/ImageMod1962.h"
+#include "mods/styles/ImageMod1974.h"
+#include "mods/styles/ImageMod1983.h"
+#include "mods/styles/ImageModAutochrome.h"
+#include "mods/styles/ImageModColorcross.h"
+#include "mods/styles/ImageModHelga.h"
+#include "mods/styles/ImageModHipster.h"
+#include "mods/styles/ImageModInstant.h"
+#include "mods/styles/ImageModItaliano.h"
+#include "mods/styles/ImageModLolo.h"
+#include "mods/styles/ImageModMagazine.h"
+#include "mods/styles/ImageModMatte.h"
+#include "mods/styles/ImageModMono.h"
+#include "mods/styles/ImageModPlastic.h"
+#include "mods/styles/ImageModPoolside.h"
+#include "mods/styles/ImageModSaloon.h"
+#include "mods/styles/ImageModSilver.h"
+#include "mods/styles/ImageModSkater.h"
+#include "mods/styles/ImageModWedding.h"
 
 GrowArray<ImageMod*> createPrototypeRegistry()
 {
@@ -83,6 +103,27 @@ GrowArray<ImageMod*> createPrototypeRegistry()
     r.add(new ImageModFilteredBW());
     r.add(new ImageModDiscolor());
     r.add(new ImageModLightleak());
+    // Camera styles, in catalogue order, each at its newest recipe
+    r.add(new ImageModSaloon());
+    r.add(new ImageModPlastic());
+    r.add(new ImageModHipster());
+    r.add(new ImageModWedding());
+    r.add(new ImageModSkater());
+    r.add(new ImageModSilver());
+    r.add(new ImageModPoolside());
+    r.add(new ImageModMono());
+    r.add(new ImageModMatte());
+    r.add(new ImageModMagazine());
+    r.add(new ImageModLolo());
+    r.add(new ImageModItaliano());
+    r.add(new ImageModInstant());
+    r.add(new ImageModHelga());
+    r.add(new ImageModColorcross());
+    r.add(new ImageModAutochrome());
+    r.add(new ImageMod1983());
+    r.add(new ImageMod1974());
+    r.add(new ImageMod1962());
+    r.add(new ImageMod1958());
     return r;
 }
 

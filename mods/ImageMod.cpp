@@ -215,6 +215,24 @@ void ImageMod::setFloatVar(int index, float value)
     notifyVarChanged(index);
 }
 
+void ImageMod::setColorVar(int index, OVRGBColor colour)
+{
+    if (index < 0 || index >= vars.count)
+        return;
+    if (ImageModVariableDataColor* c = vars[index]->colorData())
+        c->color = colour;
+    notifyVarChanged(index);
+}
+
+void ImageMod::setCurvePoint(int index, int point, Point2D position)
+{
+    if (index < 0 || index >= vars.count)
+        return;
+    if (ImageModVariableDataCurve* c = vars[index]->curveData())
+        c->curve.setControlPoint(point, position);
+    notifyVarChanged(index);
+}
+
 ImageModVariable* ImageMod::addPercentVar(char const* variableName, float value, float min, float max,
                                           float displayMin, float displayMax)
 {

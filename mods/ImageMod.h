@@ -105,6 +105,9 @@ public:
     OVRGBColor colorVar(int index) const;
     int choiceVar(int index, int fallback) const;
     void setFloatVar(int index, float value);
+    void setColorVar(int index, OVRGBColor colour);
+    // Moves one control point of curve variable index (and rebuilds it).
+    void setCurvePoint(int index, int point, Point2D position);
 
 protected:
     // Adds a 0..hi float variable shown to the user as 0..100 (or the given

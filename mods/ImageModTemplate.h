@@ -26,10 +26,13 @@ public:
         self()->template templateMod<float>(image, info);
     }
 
+    // The copy is assigned through the virtual operator=, so a filter that
+    // overrides it (to copy what the base does not, or to leave out a cache)
+    // is copied its own way.
     ImageMod* createCopy() const override
     {
         auto* copy = new Derived();
-        *copy = *static_cast<Derived const*>(this);
+        static_cast<ImageMod&>(*copy) = static_cast<ImageMod const&>(*this);
         return copy;
     }
 

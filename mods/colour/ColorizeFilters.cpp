@@ -13,12 +13,17 @@ void colourByLuminance(FlexImage<T>* image, ToneCurve const& weight, OVRGBColor 
 {
     if (amount == 0.0f || image->channels < 3)
         return;
+    OVRGBColor const complement(255.0f - colour.red, 255.0f - colour.green, 255.0f - colour.blue);
     HSV const dye = colourRules::dyeHSV(colour);
+    HSV const complementDye = colourRules::dyeHSV(complement);
     colourRules::withMethod(method, [&](auto m) {
         forEachPixel(image, [&](T* p, int channels) {
-            float const w = weight.lookupChannel(float(pixelLuminance(p, channels))) * amount;
+            float const w = colourShift(weight, float(pixelLuminance(p, channels))) * amount;
             float rgb[3] = {float(p[0]), float(p[1]), float(p[2])};
-            colourRules::applyMethod<decltype(m)::value>(rgb, colour, dye, w);
+            if (w >= 0.0f)
+                colourRules::applyMethod<decltype(m)::value>(rgb, colour, dye, w);
+            else
+                colourRules::applyMethod<decltype(m)::value>(rgb, complement, complementDye, -w);
             for (int c = 0; c < 3; ++c)
                 p[c] = FlexImage<T>::storeSample(rgb[c]);
         });

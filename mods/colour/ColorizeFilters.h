@@ -6,7 +6,8 @@
 // and Colorize Basic (ImageModColorizeNoCurve).
 
 // Lays a colour over the picture by one of the colour methods, with a
-// strength that a curve over luminance sets ("Affected Brightness").
+// strength that a colour-shift curve over luminance sets ("Affected
+// Brightness"; 0.5 leaves a brightness alone).
 class ImageModColorizeCurve : public ImageModTemplate<ImageModColorizeCurve>
 {
 public:
@@ -35,7 +36,16 @@ private:
 // The colour methods offered by both, in their choice order.
 GrowArray<GrowString> colourMethodLabels();
 
+// The shift a colour-shift curve gives at luminance L (0..255): the curve is
+// centred on 0.5, which shifts nothing; 1 is the full colour and 0 the full
+// complement (so one curve can warm the shadows and cool the highlights).
+inline float colourShift(ToneCurve const& curve, float L)
+{
+    return (curve.lookupChannel(L) - 0.5f) * 2.0f;
+}
+
 // Applies method with colour to every pixel, at strength amount times the
-// curve's value at the pixel's luminance.
+// curve's shift at the pixel's luminance: a negative shift applies the
+// colour's complement (255 minus each component) instead.
 template <typename T>
 void colourByLuminance(FlexImage<T>* image, ToneCurve const& weight, OVRGBColor colour, float amount, int method);

@@ -4,7 +4,8 @@
 #include "mods/curves/CurveRules.h"
 #include "mods/curves/ToneCurveFilters.h"
 
-ImageModRGBCurves::ImageModRGBCurves(char const* red, char const* green, char const* blue, float amount)
+ImageModRGBCurves::ImageModRGBCurves(char const* red, char const* green, char const* blue, float amount,
+                                     char const* all)
     : ImageModTemplate("RGB Curves", "R,G,B Curves")
 {
     addCurveVar("Red", red);
@@ -13,7 +14,7 @@ ImageModRGBCurves::ImageModRGBCurves(char const* red, char const* green, char co
     setAuxCurve(1, "0.000000 0.000000 0.193989 0.150273 0.449454 0.616120 1.000000 1.000000");
     addCurveVar("Blue", blue);
     setAuxCurve(2, "0.000000 0.000000 0.137978 0.386612 0.948087 0.838798 1.000000 1.000000");
-    addCurveVar("RGB", "0 0 1 1");
+    addCurveVar("RGB", all);
     addPercentVar("Amount", amount, 0.0f, 1.0f);
     setAuxFloat(4, 1.0f);
     description = "Adjust separate curves for red, green, and blue components.";

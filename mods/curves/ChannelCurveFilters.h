@@ -11,7 +11,7 @@ class ImageModRGBCurves : public ImageModTemplate<ImageModRGBCurves>
 {
 public:
     explicit ImageModRGBCurves(char const* red = "0 0 1 1", char const* green = "0 0 1 1",
-                               char const* blue = "0 0 1 1", float amount = 1.0f);
+                               char const* blue = "0 0 1 1", float amount = 1.0f, char const* all = "0 0 1 1");
 
     template <typename T>
     void templateMod(FlexImage<T>* image, ImageModChunkInfo* info);

@@ -298,3 +298,36 @@ TEST_F(QuillmereTool, ADamagedPhotoGivesOneLineNamingIt)
     damaged.close();
     expectRefused({"apply", "--preset", "Noir", "damaged.png", "-o", "d.jpg"}, "damaged.png", "damaged");
 }
+
+// Every camera style ships as a preset of its own name; --remix moves the
+// style's variation, and a preset without a style says it has none.
+TEST_F(QuillmereTool, StylesShipAsPresetsAndRemix)
+{
+    ToolRun const presets = quillmere({"presets"}, dir.path());
+    for (char const* style : {"Saloon", "Plastic", "Hipster", "Wedding", "Skater", "Silver", "Poolside", "Mono",
+                              "Matte", "Magazine", "Lolo", "Italiano", "Instant", "Helga", "Colorcross",
+                              "Autochrome", "1983", "1974", "1962", "1958"})
+        EXPECT_TRUE(presets.out.contains(QString("\n") + style + " ") || presets.out.startsWith(QString(style) + " "))
+            << style;
+
+    for (QString const remix : {"0", "40"}) {
+        ToolRun const run =
+            quillmere({"apply", "--preset", "Lolo", "--remix", remix, "photo.jpg", "-o", "lolo" + remix + ".png"},
+                      dir.path());
+        ASSERT_EQ(run.status, 0) << run.err.toStdString();
+    }
+    EXPECT_NE(loadTestPicture(path("lolo0.png")), loadTestPicture(path("lolo40.png"))) << "Remix changes the look";
+
+    expectRefused({"apply", "--preset", "Noir", "--remix", "3", "photo.jpg", "-o", "x.jpg"}, "Noir",
+                  "nothing to remix");
+    EXPECT_EQ(quillmere({"apply", "--preset", "Lolo", "--remix", "nan", "photo.jpg", "-o", "x.jpg"}, dir.path()).status,
+              2);
+
+    ToolRun const strip = quillmere({"thumbnails", "photo.jpg", "--remix", "Saloon", "--steps", "3", "--size", "40x30",
+                                     "--columns", "4", "-o", "strip.png"},
+                                    dir.path());
+    ASSERT_EQ(strip.status, 0) << strip.err.toStdString();
+    QImage const sheet = loadTestPicture(path("strip.png"));
+    EXPECT_GT(sheet.width(), 4 * 40) << "the original and three variations side by side";
+    EXPECT_LT(sheet.height(), 2 * 30 + 60) << "in one row";
+}

@@ -111,9 +111,15 @@ TEST(ColourFilters, ColouringAppliesItsMethodAtTheCurvesStrength)
 {
     ImageModColorizeNoCurve tint(OVRGBColor(10.0f, 20.0f, 30.0f), 1.0f, 1);
     expectPixel(applyToPixel(tint, skin), 10.0f, 20.0f, 30.0f);
-    // A curve at 0.5 everywhere halves the strength.
-    ImageModColorizeCurve half("0 .5 1 .5", OVRGBColor(200.0f, 200.0f, 200.0f), 1.0f, 1);
+    // The curve is centred on 0.5: there it shifts nothing; at 0.75 it
+    // tints half way (100 toward 200: 150); at 0.25 half way toward the
+    // complement (55): 77.5.
+    ImageModColorizeCurve none("0 .5 1 .5", OVRGBColor(200.0f, 200.0f, 200.0f), 1.0f, 1);
+    expectPixel(applyToPixel(none, grey), 100.0f, 100.0f, 100.0f, 1e-2f);
+    ImageModColorizeCurve half("0 .75 1 .75", OVRGBColor(200.0f, 200.0f, 200.0f), 1.0f, 1);
     expectPixel(applyToPixel(half, grey), 150.0f, 150.0f, 150.0f, 1e-2f);
+    ImageModColorizeCurve complement("0 .25 1 .25", OVRGBColor(200.0f, 200.0f, 200.0f), 1.0f, 1);
+    expectPixel(applyToPixel(complement, grey), 77.5f, 77.5f, 77.5f, 1e-2f);
 }
 
 TEST(ColourFilters, ColourByToneAndTemperature)
