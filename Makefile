@@ -12,7 +12,7 @@ BENCH_DIR := build/bench
 
 CMAKE_CONFIGURE = cmake -S . -B $(1) -DCMAKE_BUILD_TYPE=$(2) $(3) >/dev/null
 
-.PHONY: deps build test test-asan test-tsan demo docs bench fuzz fuzz-deps clean
+.PHONY: deps build test test-asan test-tsan demo docs bench bench-peers fuzz fuzz-deps clean
 
 # Installs only what is missing, so a second run costs one dpkg query.
 deps:
@@ -95,6 +95,12 @@ bench: deps
 	$(call CMAKE_CONFIGURE,$(BENCH_DIR),Release,-DQUILLMERE_BUILD_BENCH=ON)
 	cmake --build $(BENCH_DIR) -j $(JOBS)
 	@echo "Benchmarks built in $(BENCH_DIR)/bench; run one with e.g. $(BENCH_DIR)/bench/bench_tone"
+
+# The whole tool beside the vips command-line tools, as ratios and peak
+# memory (see bench/README.md).
+bench-peers: build
+	@$(MAKE) --no-print-directory deps PACKAGES="libvips-tools time"
+	bench/peers.sh $(ROUNDS)
 
 clean:
 	rm -rf build $(DEMO_DIR)

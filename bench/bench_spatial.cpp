@@ -36,6 +36,7 @@ void BM_Spatial(benchmark::State& state, char const* name, float amount, int met
 #define SPATIAL(label, name, amount, method)                                                            \
     BENCHMARK_CAPTURE(BM_Spatial, label, name, amount, method)->Unit(benchmark::kMillisecond)->Iterations(1)
 
+SPATIAL(BlurGaussian10, "Blur", 10.0f, 0);
 SPATIAL(BlurGaussian25, "Blur", 25.0f, 0);
 SPATIAL(BlurGaussian50, "Blur", 50.0f, 0);
 SPATIAL(BlurGaussian100, "Blur", 100.0f, 0);
@@ -43,10 +44,12 @@ SPATIAL(BlurBox25, "Blur", 25.0f, 1);
 SPATIAL(BlurBox50, "Blur", 50.0f, 1);
 SPATIAL(BlurBox100, "Blur", 100.0f, 1);
 SPATIAL(BlurCircle25, "Blur", 25.0f, 2);
+SPATIAL(BlurCircle50, "Blur", 50.0f, 2);
 SPATIAL(Sharpen, "Sharpen", 50.0f, 0);
 SPATIAL(Grain, "Noise", 40.0f, 0);
 SPATIAL(Vignette, "Vignette", 0.5f, 0);
 SPATIAL(CircularBlur, "Radial Blur", 0.5f, 0);
+SPATIAL(CircularBlurFull, "Radial Blur", 1.0f, 0);
 SPATIAL(Dynamics, "Dynamics", 50.0f, 0);
 
 } // namespace

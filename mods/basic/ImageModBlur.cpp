@@ -4,6 +4,16 @@
 #include <cmath>
 
 #include "mods/basic/BlurKernels.h"
+#include "mods/basic/RunningBlur.h"
+
+namespace {
+
+// The largest radii run directly: up to them the direct kernel is faster
+// than keeping running sums.
+constexpr int directReach = 4;
+constexpr int directDiscReach = 2;
+
+} // namespace
 
 ImageModBlur::ImageModBlur(float amount, float mix, int)
     : ImageModTemplate("Blur", "")
@@ -44,13 +54,19 @@ void ImageModBlur::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
     FlexImage<T> original;
     if (mix < 1.0f)
         original.copyFromImage(*image, true);
+    // Small kernels run directly; larger ones by running sums, whose cost
+    // does not grow with the radius (the disc's by row spans, O(r)).
     GrowArray<float> kernel;
-    if (m == BlurCircle) {
+    if (m == BlurCircle && r <= directDiscReach) {
         makeCircleKernel(x, r, &kernel);
         convolveClamped(image, kernel.data, r);
-    } else {
+    } else if (m == BlurCircle) {
+        circleBlurBySpans(image, x, r);
+    } else if (r <= directReach) {
         makeBlurKernel(BlurMethod(m), x, r, &kernel);
         separableBlur(image, kernel.data, r);
+    } else {
+        runningSeparableBlur(image, PiecewiseKernel::forBlur(BlurMethod(m), x, r));
     }
     if (mix < 1.0f)
         blendWithOriginal(image, original, mix);

@@ -1,0 +1,87 @@
+#!/usr/bin/env bash
+# The whole tool beside its peers, in one run: each quillmere job and its
+# yardstick (the vips command-line tools doing the nearest plain job) run
+# alternately, several times, on the same 24-megapixel photo. Prints the
+# median wall time of each, its ratio to the yardstick and its peak RSS.
+# The machine is shared and noisy: only the ratios mean much.
+#
+#   bench/peers.sh [ROUNDS]        (make bench-peers)
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+ROUNDS=${1:-5}
+TOOL=${QUILLMERE:-build/release/quillmere}
+WORK=$(mktemp -d)
+trap 'rm -rf "$WORK"' EXIT
+
+PHOTO=$WORK/photo24.jpg
+# The sample photo scaled to 6000 x 4000, saved as a JPEG at quality 95.
+vips resize resources/samples/seeding.jpg "$WORK/scaled.v" 1.13 --vscale 1.34
+vips crop "$WORK/scaled.v" "$PHOTO[Q=95]" 0 0 6000 4000
+
+# Presets of the comparison that do not ship.
+mkdir -p "$WORK/presets"
+cat >"$WORK/presets/Nothing.qmf" <<'EOF'
+<filter version="1">
+<mod name="Brightness"><var name="Amount" type="float">1</var></mod>
+</filter>
+EOF
+cat >"$WORK/presets/Blur_10.qmf" <<'EOF'
+<filter version="1">
+<mod name="Blur"><var name="Amount" type="float">10</var></mod>
+</filter>
+EOF
+cat >"$WORK/presets/Blur_100.qmf" <<'EOF'
+<filter version="1">
+<mod name="Blur"><var name="Amount" type="float">100</var></mod>
+</filter>
+EOF
+
+# One timed run: prints "seconds peak_kib".
+measure() {
+  /usr/bin/time -f '%e %M' -o "$WORK/time" "$@" >/dev/null 2>"$WORK/err" || {
+    echo "failed: $*" >&2
+    cat "$WORK/err" >&2
+    exit 1
+  }
+  cat "$WORK/time"
+}
+
+median() { sort -n | awk '{a[NR]=$1} END {print (NR % 2) ? a[(NR+1)/2] : (a[NR/2] + a[NR/2+1]) / 2}'; }
+
+# compare LABEL -- YARDSTICK... -- JOB...
+compare() {
+  local label=$1
+  shift 2
+  local yard=() job=()
+  while [ "$1" != "--" ]; do yard+=("$1"); shift; done
+  shift
+  job=("$@")
+  : >"$WORK/yard" && : >"$WORK/job"
+  for _ in $(seq "$ROUNDS"); do
+    measure "${yard[@]}" >>"$WORK/yard"
+    measure "${job[@]}" >>"$WORK/job"
+  done
+  local yt jt jm ym
+  yt=$(cut -d' ' -f1 "$WORK/yard" | median)
+  jt=$(cut -d' ' -f1 "$WORK/job" | median)
+  ym=$(cut -d' ' -f2 "$WORK/yard" | sort -n | tail -1)
+  jm=$(cut -d' ' -f2 "$WORK/job" | sort -n | tail -1)
+  printf '%-34s %6.2fs %6.2fs %6.2fx %6d MiB %6d MiB\n' "$label" "$yt" "$jt" \
+    "$(awk -v j="$jt" -v y="$yt" 'BEGIN {print j / y}')" $((ym / 1024)) $((jm / 1024))
+}
+
+OUT=$WORK/out.jpg
+COPY=(vips copy "$PHOTO" "$OUT[Q=100]")
+APPLY=(env XDG_DATA_HOME="$WORK/data" "$TOOL" apply)
+mkdir -p "$WORK/data/quillmere"
+ln -s "$WORK/presets" "$WORK/data/quillmere/Presets"
+
+printf '%-34s %7s %7s %7s %10s %10s\n' "work (24 MP, $ROUNDS rounds)" yardstk quillm ratio "yard RSS" "RSS"
+compare "apply, a preset that changes nothing" -- "${COPY[@]}" -- "${APPLY[@]}" --preset Nothing "$PHOTO" -o "$OUT"
+for preset in "Punchy Landscape" "Faded Film" "Noir" "Vintage" "Silver Gelatin" "Light Leak" "Dreamy" \
+  "Blur 10" "Blur 100" "Saloon" "Lolo"; do
+  compare "apply --preset \"$preset\"" -- "${COPY[@]}" -- "${APPLY[@]}" --preset "$preset" "$PHOTO" -o "$OUT"
+done
+compare "thumbnails (80 x 50)" -- vipsthumbnail -s 80x50 -o "$WORK/thumb.png" "$PHOTO" -- \
+  "$TOOL" thumbnails "$PHOTO" -o "$WORK/sheet.png"

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "imaging/FlexImage.h"
+#include "mods/basic/BlurKernels.h"
+
+// Blurs whose cost does not grow with the radius.
+//
+// Every blur kernel of the blur filters is a few pieces, each a polynomial of
+// degree two or less in the offset i: w(i) = a + b i + c i^2 over a range of
+// offsets. So a blurred sample is sum over pieces of a S0 + b S1 + c S2,
+// where Sk is the sum of i^k times the samples under the piece. Those sums
+// slide from one sample to the next in a few operations, whatever the radius.
+//
+// The samples are first scaled to whole numbers (fixed point, 1/2^15 of a
+// level or finer), so the running sums are whole numbers held exactly in
+// doubles: a running sum then depends only on the samples under its window,
+// never on where the running started. That keeps every tiling of a picture
+// bit-identical with no more halo than the radius itself.
+
+// One piece of a kernel: weight a + b i + c i^2 at offsets lo..hi.
+struct KernelPiece
+{
+    int lo = 0;
+    int hi = -1;
+    double a = 0.0;
+    double b = 0.0;
+    double c = 0.0;
+};
+
+struct PiecewiseKernel
+{
+    KernelPiece pieces[3];
+    int count = 0;
+    double norm = 1.0; // the sum of all weights
+    int reach = 0;     // the largest |offset| with a weight
+
+    // The Blur filter's kernel for extent x (Gaussian or Box), radius r.
+    static PiecewiseKernel forBlur(BlurMethod method, float x, int r);
+    // The circular blur's kernel of a fractional radius (Gaussian or Box).
+    static PiecewiseKernel forRadius(BlurMethod method, float radius);
+};
+
+// The separable blur of separableBlur() with the given kernel, rows first,
+// then columns, each pass clamped to 0..255 (and stored as the image stores
+// samples in between); the same sums to within 1e-3 of a level.
+template <typename T>
+void runningSeparableBlur(FlexImage<T>* image, PiecewiseKernel const& kernel);
+
+// The circular blur's two passes, each sample with the kernel of its own
+// radius (radii: one per pixel, row-major).
+template <typename T>
+void runningVariableBlur(FlexImage<T>* image, float const* radii, BlurMethod method);
+
+// The disc blur of extent x and radius r: each kernel row is one span of
+// full weight (summed from prefix sums) and a soft rim of about 2 pi x
+// pixels, so a sample costs O(r), not O(r^2).
+template <typename T>
+void circleBlurBySpans(FlexImage<T>* image, float x, int r);
+// The same with each pixel's own radius (radii: one per pixel, row-major).
+template <typename T>
+void variableCircleBlur(FlexImage<T>* image, float const* radii);

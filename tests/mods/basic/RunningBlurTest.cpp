@@ -1,0 +1,148 @@
+// The running-sum blurs against the direct rule, kernel tap by kernel tap,
+// on random pictures and many radii: within 1e-3 of a level.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+#include <vector>
+
+#include "mods/basic/BlurKernels.h"
+#include "mods/basic/ImageModBlur.h"
+#include "mods/basic/ImageModRadialBlur.h"
+#include "mods/basic/RunningBlur.h"
+#include "support/PixelCheck.h"
+#include "support/RenderCheck.h"
+
+namespace {
+
+void fillRandomly(FlexImage<float>& image, int width, int height, unsigned seed)
+{
+    image.reshape(width, height, 3);
+    std::mt19937 random(seed);
+    std::uniform_real_distribution<float> level(0.0f, 255.0f);
+    for (size_t i = 0; i < image.sampleCount(); ++i)
+        image.pixels[i] = level(random);
+}
+
+float largestDifference(FlexImage<float> const& a, FlexImage<float> const& b)
+{
+    float worst = 0.0f;
+    for (size_t i = 0; i < a.sampleCount(); ++i)
+        worst = std::max(worst, std::fabs(a.pixels[i] - b.pixels[i]));
+    return worst;
+}
+
+// The circular blur's direct rule: each pixel's own 1-D kernel, rows then
+// columns, edges repeating, each pass clamped.
+void directVariableBlur(FlexImage<float>* image, std::vector<float> const& radii, BlurMethod method)
+{
+    int const w = image->width;
+    int const h = image->height;
+    int const channels = image->channels;
+    for (bool alongRows : {true, false}) {
+        FlexImage<float> source;
+        source.copyFromImage(*image, true);
+        for (int y = 0; y < h; ++y)
+            for (int x = 0; x < w; ++x) {
+                GrowArray<float> kernel;
+                float const radius = radii[size_t(y) * w + x];
+                if (method == BlurBox)
+                    makeBoxKernelForRadius(radius, &kernel);
+                else
+                    makeGaussKernelForRadius(radius, &kernel);
+                int const n = kernel.count / 2;
+                for (int c = 0; c < channels; ++c) {
+                    float sum = 0.0f;
+                    for (int i = -n; i <= n; ++i) {
+                        float const* p = alongRows ? source.pixelAt(std::clamp(x + i, 0, w - 1), y)
+                                                   : source.pixelAt(x, std::clamp(y + i, 0, h - 1));
+                        sum += kernel[i + n] * p[c];
+                    }
+                    image->pixelAt(x, y)[c] = std::clamp(sum, 0.0f, 255.0f);
+                }
+            }
+    }
+}
+
+} // namespace
+
+TEST(RunningBlur, SeparableBlurMatchesTheDirectRuleAtEveryRadius)
+{
+    for (BlurMethod method : {BlurGaussian, BlurBox})
+        for (float x : {0.6f, 1.0f, 2.5f, 4.0f, 7.3f, 12.0f, 19.5f, 33.3f, 60.0f}) {
+            SCOPED_TRACE(testing::Message() << (method == BlurBox ? "box" : "gaussian") << " extent " << x);
+            int const r = int(std::ceil(x));
+            FlexImage<float> direct;
+            fillRandomly(direct, 41, 23, unsigned(x * 10));
+            FlexImage<float> running;
+            running.copyFromImage(direct, true);
+            GrowArray<float> kernel;
+            makeBlurKernel(method, x, r, &kernel);
+            separableBlur(&direct, kernel.data, r);
+            runningSeparableBlur(&running, PiecewiseKernel::forBlur(method, x, r));
+            EXPECT_LT(largestDifference(direct, running), 1e-3f);
+        }
+}
+
+TEST(RunningBlur, PerPixelRadiiMatchTheDirectRule)
+{
+    int const w = 37;
+    int const h = 26;
+    std::mt19937 random(5);
+    std::uniform_real_distribution<float> anyRadius(0.0f, 14.0f);
+    for (BlurMethod method : {BlurGaussian, BlurBox})
+        for (int pattern = 0; pattern < 3; ++pattern) {
+            std::vector<float> radii(size_t(w) * h);
+            for (int y = 0; y < h; ++y)
+                for (int x = 0; x < w; ++x) {
+                    float const smooth = 0.3f * std::hypot(float(x - w / 2), float(y - h / 2));
+                    radii[size_t(y) * w + x] = pattern == 0 ? smooth : pattern == 1 ? anyRadius(random) : 0.0f;
+                }
+            if (pattern == 2) // a blurred ring around an untouched middle
+                for (size_t i = 0; i < radii.size(); i += 3)
+                    radii[i] = 6.5f;
+            SCOPED_TRACE(testing::Message() << (method == BlurBox ? "box" : "gaussian") << " pattern " << pattern);
+            FlexImage<float> direct;
+            fillRandomly(direct, w, h, unsigned(pattern + 1));
+            FlexImage<float> running;
+            running.copyFromImage(direct, true);
+            directVariableBlur(&direct, radii, method);
+            runningVariableBlur(&running, radii.data(), method);
+            EXPECT_LT(largestDifference(direct, running), 1e-3f);
+        }
+}
+
+TEST(RunningBlur, DiscFromRowSpansMatchesTheDirectRule)
+{
+    for (float x : {1.2f, 3.3f, 5.0f, 7.9f, 12.6f}) {
+        SCOPED_TRACE(testing::Message() << "extent " << x);
+        int const r = int(std::ceil(x));
+        FlexImage<float> direct;
+        fillRandomly(direct, 29, 31, unsigned(x * 7));
+        FlexImage<float> spans;
+        spans.copyFromImage(direct, true);
+        GrowArray<float> kernel;
+        makeCircleKernel(x, r, &kernel);
+        convolveClamped(&direct, kernel.data, r);
+        circleBlurBySpans(&spans, x, r);
+        EXPECT_LT(largestDifference(direct, spans), 1e-3f);
+    }
+}
+
+// The blur filters through the tiled renderer, on the fast paths with
+// several tile sizes: every tiling gives the same bits.
+TEST(RunningBlur, TiledRendersAreBitIdentical)
+{
+    for (int method : {BlurGaussian, BlurBox, BlurCircle}) {
+        ImageModBlur blur(100.0f, 80.0f);
+        setChoice(blur, 2, method);
+        for (int tileSize : {16, 48, 256})
+            expectTiledEqualsWhole<float>(&blur, 301, 203, 3, tileSize != 48, tileSize);
+        expectTiledEqualsWhole<unsigned char>(&blur, 301, 203, 4, true, 32);
+    }
+    for (int method : {BlurGaussian, BlurBox, BlurCircle}) {
+        ImageModRadialBlur radial(1.0f, 30.0f, 0.6f, method);
+        for (int tileSize : {16, 64})
+            expectTiledEqualsWhole<float>(&radial, 257, 171, 3, true, tileSize);
+    }
+}
