@@ -7,6 +7,7 @@
 
 #include "imaging/FlexImage.h"
 #include "mods/ImageMod.h"
+#include "mods/ImageModderMulti.h"
 
 // A 24-megapixel float RGB image with a smooth, photo-like spread of values.
 inline FlexImage<float>* makeLargeImage(int width = 6000, int height = 4000)
@@ -42,6 +43,22 @@ inline void BM_Copy(benchmark::State& state)
         benchmark::ClobberMemory();
     }
     state.SetItemsProcessed(state.iterations() * int64_t(image.width) * image.height);
+}
+
+// Renders mod from the shared image into a separate output through the
+// tiled renderer on all threads, once per iteration.
+inline void renderOverLargeImage(benchmark::State& state, ImageMod* mod)
+{
+    GrowArray<ImageMod*> chain;
+    chain.add(mod);
+    FlexImage<float> out;
+    ImageModderMulti renderer;
+    renderer.setKeepCache(false);
+    for (auto _ : state) {
+        renderer.applyMods(chain, &sharedLargeImage(), &out);
+        benchmark::ClobberMemory();
+    }
+    state.SetItemsProcessed(state.iterations() * int64_t(out.width) * out.height);
 }
 
 // One filter over a fresh copy of the shared image on this thread; the

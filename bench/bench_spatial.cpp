@@ -22,15 +22,7 @@ void BM_Spatial(benchmark::State& state, char const* name, float amount, int met
     int const methodIndex = mod->indexOfVar(mod->name == GrowString("Dynamics") ? "Method" : "Blur Method");
     if (methodIndex >= 0)
         mod->vars[methodIndex]->choiceData()->selected = method;
-    GrowArray<ImageMod*> chain;
-    chain.add(mod.get());
-    FlexImage<float> out;
-    ImageModderMulti renderer;
-    renderer.setKeepCache(false);
-    for (auto _ : state) {
-        renderer.applyMods(chain, &sharedLargeImage(), &out);
-        benchmark::ClobberMemory();
-    }
+    renderOverLargeImage(state, mod.get());
 }
 
 #define SPATIAL(label, name, amount, method)                                                            \

@@ -14,17 +14,7 @@ namespace {
 void BM_Style(benchmark::State& state, std::string const& name)
 {
     static GrowArray<ImageMod*> const prototypes = createPrototypeRegistry();
-    ImageMod* style = findPrototype(prototypes, name.c_str());
-    GrowArray<ImageMod*> chain;
-    chain.add(style);
-    FlexImage<float> out;
-    ImageModderMulti renderer;
-    renderer.setKeepCache(false);
-    for (auto _ : state) {
-        renderer.applyMods(chain, &sharedLargeImage(), &out);
-        benchmark::ClobberMemory();
-    }
-    state.SetItemsProcessed(state.iterations() * int64_t(out.width) * out.height);
+    renderOverLargeImage(state, findPrototype(prototypes, name.c_str()));
 }
 
 int const registered = [] {
