@@ -28,7 +28,7 @@ void ImageModContrast::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
         return;
     float const centre = floatVarInRange(1);
     float const k = exponentFor(a);
-    forEachSample(image, [=](float c) { return curveAt(c, centre, k); });
+    forEachSample(image, [=](float c) { return curveAt(c, centre, k, [](float x, float y) { return samplePow<T>(x, y); }); });
 }
 
 INSTANTIATE_TEMPLATE_MOD(ImageModContrast);

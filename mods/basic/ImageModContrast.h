@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include "imaging/FastPow.h"
+
 #include "mods/ImageModTemplate.h"
 
 // A power curve about a centre value: the centre, 0 and 255 stay put; above
@@ -16,14 +18,18 @@ public:
 
     // The exponent for an amount on 0..2.
     static float exponentFor(float amount) { return amount < 1.0f ? amount : 1.0f / (2.0f - amount); }
-    // The curve at value v about centre with exponent k.
-    static float curveAt(float v, float centre, float k)
+    // The curve at value v about centre with exponent k, using pow. The
+    // side of the centre picks the base and the scale; one power serves
+    // both, with no branch, so a loop over samples vectorises (the base not
+    // picked may divide by 0 and is thrown away).
+    template <typename Pow>
+    static float curveAt(float v, float centre, float k, Pow pow)
     {
-        if (v > centre)
-            return 255.0f - (255.0f - centre) * std::pow((255.0f - v) / (255.0f - centre), k);
-        if (centre <= 0.0f)
-            return 0.0f; // centre 0: only v = 0 gets here, and 0 maps to 0
-        return centre * std::pow(v / centre, k);
+        float const upper = (255.0f - v) / (255.0f - centre);
+        // centre 0: only v = 0 is not above it, and 0 maps to 0.
+        float const lower = centre > 0.0f ? v / centre : 0.0f;
+        float const curved = pow(v > centre ? upper : lower, k);
+        return v > centre ? 255.0f - (255.0f - centre) * curved : centre * curved;
     }
 
 protected:

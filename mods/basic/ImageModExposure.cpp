@@ -19,7 +19,7 @@ void ImageModExposure::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
     if (a == 1.0f)
         return;
     if (a > 1.0f) {
-        forEachSample(image, [=](float c) { return exposureRules::brighten(c, a); });
+        forEachSample(image, [=](float c) { return exposureRules::brighten<T>(c, a); });
         return;
     }
     float const kept = exposureRules::colourKeptWhenDarkening(a);

@@ -23,12 +23,12 @@ void ImageModGammaLegacy::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
         return;
     if (version != 2) {
         float const power = a >= 1.0f ? 2.0f - a : 1.0f / a;
-        forEachSample(image, [=](float c) { return 255.0f * std::pow(c / 255.0f, power); });
+        forEachSample(image, [=](float c) { return 255.0f * samplePow<T>(c / 255.0f, power); });
     } else if (a > 1.0f) {
         // Black is lifted to 0.05 first, so it brightens too.
-        forEachSample(image, [=](float c) { return exposureRules::brighten(c > 0.05f ? c : 0.05f, a); });
+        forEachSample(image, [=](float c) { return exposureRules::brighten<T>(c > 0.05f ? c : 0.05f, a); });
     } else {
-        forEachSample(image, [=](float c) { return exposureRules::darken(c, a); });
+        forEachSample(image, [=](float c) { return exposureRules::darken<T>(c, a); });
     }
 }
 

@@ -1,5 +1,7 @@
 #include "mods/basic/ImageModLuminanceContrast.h"
 
+#include <cmath>
+
 #include "mods/common/SampleLoop.h"
 
 ImageModLuminanceContrast::ImageModLuminanceContrast(float amount, float center)
@@ -19,7 +21,7 @@ void ImageModLuminanceContrast::templateMod(FlexImage<T>* image, ImageModChunkIn
     float const k = exponentFor(a);
     forEachPixel(image, [=](T* p, int channels) {
         float const L = float(pixelLuminance(p, channels));
-        FlexImage<T>::moveLuminance(p, channels, L, curveAt(L, centre, k));
+        FlexImage<T>::moveLuminance(p, channels, L, curveAt(L, centre, k, [](float x, float y) { return std::pow(x, y); }));
     });
 }
 

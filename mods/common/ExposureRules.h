@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "imaging/FastPow.h"
 #include "imaging/FlexImage.h"
 #include "imaging/Luminance.h"
 #include "mods/common/SampleLoop.h"
@@ -12,18 +13,27 @@
 // underexposed.
 namespace exposureRules {
 
-// The brightening curve for an exposure e in (1, 2).
+// The brightening curve for an exposure e in (1, 2), for samples of type T.
+template <typename T>
 inline float brighten(float c, float e)
 {
-    return 255.0f - 255.0f * std::pow((255.0f - c) / 255.0f, 1.0f / (2.0f - e));
+    return 255.0f - 255.0f * samplePow<T>((255.0f - c) / 255.0f, 1.0f / (2.0f - e));
 }
 
-// The darkening curve for an exposure e in [0, 1); white is held just below
-// 255 so that it darkens too.
-inline float darken(float c, float e)
+// The darkening curve for an exposure e in [0, 1), with the pow given;
+// white is held just below 255 so that it darkens too.
+template <typename Pow>
+inline float darkenWith(float c, float e, Pow pow)
 {
     float const held = c < 254.95f ? c : 254.95f;
-    return 255.0f * std::pow(held / 255.0f, 1.0f / e);
+    return 255.0f * pow(held / 255.0f, 1.0f / e);
+}
+
+// The same in a loop over samples of type T.
+template <typename T>
+inline float darken(float c, float e)
+{
+    return darkenWith(c, e, [](float x, float y) { return samplePow<T>(x, y); });
 }
 
 // How much colour survives darkening by e: (1 - |e - 1|)^0.4.
@@ -40,7 +50,7 @@ void darkenPixel(T* p, int channels, float e, float kept)
     int const n = channels < 4 ? channels : 4;
     float darkened[4];
     for (int c = 0; c < n; ++c)
-        darkened[c] = darken(float(p[c]), e);
+        darkened[c] = darkenWith(float(p[c]), e, [](float x, float y) { return std::pow(x, y); });
     float const grey = float(pixelLuminance(darkened, n));
     for (int c = 0; c < n; ++c)
         p[c] = FlexImage<T>::storeSample(clamp255(darkened[c] * kept + grey * (1.0f - kept)));

@@ -58,12 +58,12 @@ void ImageModExposureCurve::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
         int const colours = channels < 3 ? channels : 3;
         if (e > 1.0f) {
             for (int c = 0; c < colours; ++c)
-                p[c] = FlexImage<T>::storeSample(exposureRules::brighten(std::fmax(float(p[c]), 0.05f), e));
+                p[c] = FlexImage<T>::storeSample(exposureRules::brighten<T>(std::fmax(float(p[c]), 0.05f), e));
         } else if (drainColour) {
             exposureRules::darkenPixel(p, colours, e, exposureRules::colourKeptWhenDarkening(e));
         } else {
             for (int c = 0; c < colours; ++c)
-                p[c] = FlexImage<T>::storeSample(exposureRules::darken(float(p[c]), e));
+                p[c] = FlexImage<T>::storeSample(exposureRules::darken<T>(float(p[c]), e));
         }
     });
 }

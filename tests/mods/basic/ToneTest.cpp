@@ -130,8 +130,9 @@ TEST(ToneFilters, CompositionsRunTheirSteps)
     expectPixel(applyToPixel(contrastSaturation, {45, 45, 45}), 22.5f, 22.5f, 22.5f, 1e-3f);
     // The saturation step is 1 + (1 - 1.5) * 0.44 = 0.78 of the legacy rule.
     Pixel const coloured = applyToPixel(contrastSaturation, {200, 100, 50});
-    float const c[3] = {ImageModContrast::curveAt(200, 90, 2), ImageModContrast::curveAt(100, 90, 2),
-                        ImageModContrast::curveAt(50, 90, 2)};
+    // The contrast curve about 90 with exponent 1 / (2 - 1.5) = 2:
+    // 255 - 165 (55/165)^2, 255 - 165 (155/165)^2 and 90 (50/90)^2.
+    float const c[3] = {236.66667f, 109.39394f, 27.777778f};
     float const y = float(0.299 * c[0] + 0.587 * c[1] + 0.114 * c[2]);
     expectPixel(coloured, c[0] * 0.78f + y * 0.22f, c[1] * 0.78f + y * 0.22f, c[2] * 0.78f + y * 0.22f, 1e-2f);
 

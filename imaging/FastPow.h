@@ -1,0 +1,91 @@
+#pragma once
+
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <type_traits>
+
+// x^y for the per-sample tone rules, written only with arithmetic, bit
+// operations and selects, so that a loop over samples vectorises (the C
+// library's powf is a call per sample). log2 and exp2 come from short
+// polynomials: the result is within a few parts in 10^7 of powf for the
+// exponents the rules use, far inside what a float sample needs.
+namespace fastPow {
+
+inline uint32_t bitsOf(float v)
+{
+    uint32_t bits;
+    std::memcpy(&bits, &v, sizeof bits);
+    return bits;
+}
+
+inline float fromBits(uint32_t bits)
+{
+    float v;
+    std::memcpy(&v, &bits, sizeof v);
+    return v;
+}
+
+// log2 of a positive normal x: its exponent plus log2 of its mantissa m,
+// taken in [sqrt 1/2, sqrt 2) so that x near 1 keeps its small logarithm
+// (no cancellation against the exponent), from 2 atanh(t) / ln 2 with
+// t = (m - 1) / (m + 1), |t| < 0.172.
+inline float log2Positive(float x)
+{
+    uint32_t const bits = bitsOf(x);
+    float exponent = float(int32_t(bits >> 23) - 127);
+    float m = fromBits((bits & 0x007fffffu) | 0x3f800000u);
+    bool const upperHalf = m > 1.41421356f;
+    m = upperHalf ? m * 0.5f : m;
+    exponent = upperHalf ? exponent + 1.0f : exponent;
+    float const t = (m - 1.0f) / (m + 1.0f);
+    float const t2 = t * t;
+    float const series =
+        t * (2.8853900818f + t2 * (0.9617966939f + t2 * (0.5770780164f + t2 * (0.4121985832f + t2 * 0.3205988981f))));
+    return exponent + series;
+}
+
+// 2^y: 2^n for the nearest whole n, built from its bits, times 2^f for f in
+// [-0.5, 0.5] from its Taylor series. Below 2^-126 the answer is 0 (what a
+// sample needs; denormals would only slow the loop), above 2^127 it stays
+// at 2^127.
+inline float exp2Bounded(float y)
+{
+    // Plain comparisons, not fmin/fmax: those stay library calls. NaN comes
+    // from 1^inf (inf x log2 1), which is 1: 2^0.
+    y = y == y ? y : 0.0f;
+    float const wanted = y;
+    y = y < -126.0f ? -126.0f : (y > 127.0f ? 127.0f : y);
+    float const shifted = y + 0.5f;
+    int32_t n = int32_t(shifted);
+    n -= int32_t(float(n) > shifted); // floor, also for negative values
+    float const f = (y - float(n)) * 0.6931471806f;
+    float const series =
+        1.0f + f * (1.0f + f * (0.5f + f * (0.1666666667f + f * (0.0416666667f + f * (0.0083333333f + f * 0.0013888889f)))));
+    float const scaled = series * fromBits(uint32_t(n + 127) << 23);
+    return wanted > -126.0f ? scaled : 0.0f;
+}
+
+// x^y for x >= 0 (0^y is 0 for y > 0, 1 for y = 0).
+inline float power(float x, float y)
+{
+    float const result = exp2Bounded(y * log2Positive(x > 1.0e-30f ? x : 1.0e-30f));
+    float const ofZero = y > 0.0f ? 0.0f : 1.0f; // 0^y (0^-y is never asked for)
+    return x > 0.0f ? result : ofZero;
+}
+
+} // namespace fastPow
+
+// pow for a rule applied to every sample in one loop (forEachSample): 8-bit
+// samples keep the C library's pow (their results fill 256-entry tables and
+// stay exactly as they were), float samples take the vectorisable one. A
+// rule over whole pixels, whose loop cannot vectorise, keeps std::pow: one
+// call of it costs less than the polynomial done one sample at a time.
+template <typename T>
+inline float samplePow(float x, float y)
+{
+    if constexpr (std::is_same_v<T, unsigned char>)
+        return std::pow(x, y);
+    else
+        return fastPow::power(x, y);
+}
