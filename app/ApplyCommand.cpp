@@ -125,7 +125,7 @@ bool renderOne(EditingSession& session, ApplyOptions const& options, int i, Prog
         return false;
     }
     progress.show(i, total, 0.0f, label);
-    if (!session.startWithPhoto(photo, 0, &error)) {
+    if (!session.openPhoto(photo, 0, &error)) {
         progress.clear();
         reportError(photo, error);
         return false;
@@ -134,9 +134,10 @@ bool renderOne(EditingSession& session, ApplyOptions const& options, int i, Prog
         progress.show(i, total, done, label);
         return true;
     };
-    if (!session.finish(target, options.writing, nullptr, &error, showProgress)) {
+    RenderFailure failure;
+    if (!session.finish(target, options.writing, nullptr, &failure, showProgress)) {
         progress.clear();
-        reportError(target, error);
+        reportError(failure.photoAtFault ? photo : target, failure.reason);
         return false;
     }
     progress.clear();
@@ -187,7 +188,6 @@ int runApply(QStringList const& args)
     }
     preset->setFloatVar(0, options.amount);
     session.currentMod = preset;
-    session.keepOriginalAfterFinish = false;
 
     bool allWritten = true;
     ProgressBar progress(options.photos.size());

@@ -135,7 +135,9 @@ int runThumbnails(QStringList const& args)
         reportError(sheetPath, error);
         return ExitFailed;
     }
-    if (!session.openPhoto(photos[0], std::max(1280, 2 * std::max(width, height)), &error)) {
+    // The thumbnails are sampled from the display image, which need only be
+    // twice their size: the photo shrinks that far while it decodes.
+    if (!session.openPhoto(photos[0], 2 * std::max(width, height), &error)) {
         reportError(photos[0], error);
         return ExitFailed;
     }

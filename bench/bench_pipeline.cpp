@@ -118,7 +118,7 @@ void BM_ThumbnailStrip(benchmark::State& state)
     EditingSession session;
     session.loadStandardPresets();
     QString error;
-    session.startWithPhoto(QUILLMERE_SOURCE_RESOURCES "/samples/seeding.jpg", 1280, &error);
+    session.openPhoto(QUILLMERE_SOURCE_RESOURCES "/samples/seeding.jpg", 1280, &error);
     for (auto _ : state)
         for (int i = 0; i < session.presetCount(); ++i)
             benchmark::DoNotOptimize(session.renderThumbnail(i).bits());

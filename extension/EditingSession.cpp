@@ -52,16 +52,12 @@ bool EditingSession::start(QImage const& display, QString const& fullPath, QStri
     flexImageFromQImage(display, &shown);
     setDisplayImage(shown);
     fullImagePath = fullPath;
-    fullPhoto.bytes.clear();
-    fullPhoto.deep.clear();
-    return loadFullPhoto(error);
+    return checkPhotoSize(fullPath, maxMegapixels, error);
 }
 
 bool EditingSession::openPhoto(QString const& fullPath, int displayLongSide, QString* error)
 {
     fullImagePath = fullPath;
-    fullPhoto.bytes.clear();
-    fullPhoto.deep.clear();
     if (!checkPhotoSize(fullPath, maxMegapixels, error))
         return false;
     if (displayLongSide <= 0)
@@ -76,20 +72,6 @@ bool EditingSession::openPhoto(QString const& fullPath, int displayLongSide, QSt
     widenInto(display.bytes, &shown);
     setDisplayImage(shown);
     return true;
-}
-
-bool EditingSession::startWithPhoto(QString const& fullPath, int displayLongSide, QString* error)
-{
-    return openPhoto(fullPath, displayLongSide, error) && loadFullPhoto(error);
-}
-
-bool EditingSession::loadFullPhoto(QString* error)
-{
-    if (fullPhoto.bytes.pixels || fullPhoto.deep.pixels)
-        return true;
-    PhotoReadOptions options;
-    options.maxMegapixels = maxMegapixels;
-    return readPhoto(fullImagePath, options, &fullPhoto, error);
 }
 
 void EditingSession::makeThumbnailSource(FlexImage<float> const& display, FlexImage<float>* thumb, int width,
@@ -167,29 +149,17 @@ bool EditingSession::finish(QString const& outputPath, int quality, AdjustmentDa
 {
     PhotoWriteOptions options;
     options.quality = quality;
-    return finish(outputPath, options, adjustment, error, progress);
+    RenderFailure failure;
+    bool const saved = finish(outputPath, options, adjustment, &failure, progress);
+    *error = failure.reason;
+    return saved;
 }
 
 bool EditingSession::finish(QString const& outputPath, PhotoWriteOptions const& options, AdjustmentData* adjustment,
-                            QString* error, RenderProgress const& progress)
+                            RenderFailure* failure, RenderProgress const& progress)
 {
-    if (!checkOutputPath(outputPath, error) || !loadFullPhoto(error))
-        return false;
-    auto const finishWith = [&](auto& original) {
-        using Sample = typename std::remove_reference_t<decltype(original)>::Sample;
-        FlexImage<Sample> copy;
-        FlexImage<Sample>* result = keepOriginalAfterFinish ? &copy : &original;
-        if (!render(currentMod, &original, keepOriginalAfterFinish ? &copy : nullptr, progress)) {
-            *error = "cancelled; nothing was saved";
-            return false;
-        }
-        if (!writePhoto(*result, fullPhoto.metadata, outputPath, options, error))
-            return false;
-        if (!keepOriginalAfterFinish)
-            original.clear(); // it holds the result now, not the photo
-        return true;
-    };
-    bool const saved = fullPhoto.isDeep() ? finishWith(fullPhoto.deep) : finishWith(fullPhoto.bytes);
+    bool const saved =
+        renderPhotoFile(fullImagePath, currentMod, outputPath, options, maxMegapixels, failure, progress);
     if (saved && adjustment)
         *adjustment = AdjustmentData();
     return saved;

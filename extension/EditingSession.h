@@ -1,7 +1,5 @@
 #pragma once
 
-#include <functional>
-
 #include <QByteArray>
 #include <QImage>
 #include <QString>
@@ -22,10 +20,6 @@ struct AdjustmentData
     QByteArray data;
 };
 
-// Called now and then while the full-size photo renders, with the finished
-// share (0 to 1); returning false cancels the render, and nothing is saved.
-using RenderProgress = std::function<bool(float)>;
-
 // One editing session, everything but the window: the presets shown as
 // thumbnails over a small copy of the photo, the chosen preset shown on the
 // display image, and the chosen preset rendered over the full-size photo
@@ -45,15 +39,10 @@ public:
     FlexImage<float> thumbImageFiltered;
     FlexImage<float> displayImageOriginal;
     FlexImage<float> displayImageFiltered;
-    // The full-size photo as decoded: 8-bit, or floats for deeper sources.
-    // It is never widened to floats as a whole.
-    Photo fullPhoto;
+    // The full-size photo's file. It is read while finishing, streamed
+    // through the render band by band, never held whole.
     QString fullImagePath;
     double maxMegapixels = defaultMaxMegapixels;
-    // When false, finishing renders over the full-size photo in place (which
-    // then holds the result) instead of into a copy: half the memory, for
-    // callers that save one result per photo.
-    bool keepOriginalAfterFinish = true;
 
     EditingSession();
     ~EditingSession();
@@ -65,18 +54,14 @@ public:
     int presetCount() const { return library.entries.count; }
     ImageModCompound* preset(int index) const { return library.entries[index].preset; }
 
-    // Starts from a display image and the full-size photo's file, which is
-    // decoded here. Fails with a reason when the photo cannot be read.
+    // Starts from a display image and the full-size photo's file, whose
+    // header is checked here. Fails with a reason when the photo cannot be
+    // read or is over the size limit.
     bool start(QImage const& display, QString const& fullPath, QString* error);
     // Opens a photo: its display image (decoded shrunk to fit
     // displayLongSide, which is fast for a JPEG) and the thumbnail source
-    // made from it. The full-size photo is decoded when first needed.
+    // made from it; with displayLongSide 0 only the header is checked.
     bool openPhoto(QString const& fullPath, int displayLongSide, QString* error);
-    // Both at once: the display image when displayLongSide is positive, and
-    // the full-size photo.
-    bool startWithPhoto(QString const& fullPath, int displayLongSide, QString* error);
-    // Decodes the full-size photo of the open path, unless it is decoded.
-    bool loadFullPhoto(QString* error);
 
     // Renders preset index over the thumbnail source.
     QImage renderThumbnail(int index);
@@ -89,9 +74,10 @@ public:
 
     // Renders the current preset over the full-size photo and writes it
     // (atomically, in the format outputPath's extension names, keeping the
-    // photo's metadata unless told not to).
+    // photo's metadata unless told not to). A failure names its reason and
+    // whether the photo or the output is at fault.
     bool finish(QString const& outputPath, PhotoWriteOptions const& options, AdjustmentData* adjustment,
-                QString* error, RenderProgress const& progress = nullptr);
+                RenderFailure* failure, RenderProgress const& progress = nullptr);
     bool finish(QString const& outputPath, int quality, AdjustmentData* adjustment, QString* error,
                 RenderProgress const& progress = nullptr);
 

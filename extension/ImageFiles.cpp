@@ -8,14 +8,19 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
+#include <functional>
 #include <mutex>
+#include <utility>
 
 #include <QFileInfo>
 #include <QStringList>
 
 #include "extension/FileNames.h"
+#include "mods/ImageModderBands.h"
 
 namespace {
 
@@ -260,22 +265,31 @@ bool openHeader(QByteArray const& path, VipsRef* image, QString* error)
     return true;
 }
 
-// Opens the photo shrunk while decoding to fit within side pixels, upright
-// and in sRGB.
+// Opens the photo shrunk while decoding to fit within side pixels, upright.
+// Colour is left to toSrgb, which converts only photos that need it.
 bool openShrunk(QByteArray const& path, int side, VipsRef* image)
 {
-    return vips_thumbnail(path.constData(), image->out(), side, "height", side, "size", VIPS_SIZE_DOWN,
-                          "import_profile", "srgb", "export_profile", "srgb", "fail_on", VIPS_FAIL_ON_ERROR,
-                          nullptr) == 0;
+    return vips_thumbnail(path.constData(), image->out(), side, "height", side, "size", VIPS_SIZE_DOWN, "fail_on",
+                          VIPS_FAIL_ON_ERROR, nullptr) == 0;
 }
 
+// Opens the photo upright. Photos are read top to bottom as they decode,
+// except one that must be turned (its orientation is neither upright nor
+// mirrored left to right): turning reads out of order, so it is decoded
+// whole first.
 bool openUpright(QByteArray const& path, VipsRef* image)
 {
     VipsRef header(vips_image_new_from_file(path.constData(), "access", VIPS_ACCESS_SEQUENTIAL, "fail_on",
                                             VIPS_FAIL_ON_ERROR, nullptr));
     if (!header.get())
         return false;
-    return vips_autorot(header.get(), image->out(), nullptr) == 0;
+    int orientation = 1;
+    if (vips_image_get_typeof(header.get(), VIPS_META_ORIENTATION))
+        vips_image_get_int(header.get(), VIPS_META_ORIENTATION, &orientation);
+    if (orientation > 2)
+        header.reset(vips_image_new_from_file(path.constData(), "access", VIPS_ACCESS_RANDOM, "fail_on",
+                                              VIPS_FAIL_ON_ERROR, nullptr));
+    return header.get() && vips_autorot(header.get(), image->out(), nullptr) == 0;
 }
 
 // --- writing -------------------------------------------------------------
@@ -488,23 +502,61 @@ bool save(VipsImage* image, ImageFormat format, VipsTarget* target, PhotoWriteOp
     return false;
 }
 
+// Why a save failed: the system's reason when the file could not take the
+// bytes, else the library's.
+QString saveFailure(FileTarget const& target)
+{
+    return "cannot write: " + (target.failure() ? systemMessage(target.failure()) : libraryMessage());
+}
+
+// Saves image (in the layout prepareForFormat made) to destination
+// atomically. A failure of the save itself is left to whyFailed, which may
+// know better than the saver what went wrong.
+bool saveAtomically(VipsImage* image, ImageFormat format, QByteArray const& destination,
+                    PhotoWriteOptions const& options, QString* error,
+                    std::function<QString(FileTarget const&)> const& whyFailed = saveFailure)
+{
+    TemporaryOutput output(destination);
+    if (output.descriptor() < 0) {
+        *error = "cannot write in that folder: " + systemMessage(output.openFailure());
+        return false;
+    }
+    FileTarget target(output.descriptor());
+    if (!save(image, format, target.get(), options)) {
+        *error = whyFailed(target);
+        vips_error_clear();
+        return false;
+    }
+    if (int const failure = output.commit()) {
+        *error = "cannot write: " + systemMessage(failure);
+        return false;
+    }
+    return true;
+}
+
+// The checks every write makes before anything is encoded.
+bool checkDestination(QString const& path, ImageFormat* format, QString* error)
+{
+    *format = imageFormatFor(path);
+    if (*format == ImageFormat::Unknown) {
+        *error = "unknown image format: " + knownImageFormats();
+        return false;
+    }
+    return checkOutputPath(path, error);
+}
+
 template <typename T>
 bool writeSamples(FlexImage<T> const& image, PhotoMetadata const& metadata, QString const& path,
                   PhotoWriteOptions const& options, QString* error)
 {
     startImageLibrary();
-    ImageFormat const format = imageFormatFor(path);
-    if (format == ImageFormat::Unknown) {
-        *error = "unknown image format: " + knownImageFormats();
+    ImageFormat format;
+    if (!checkDestination(path, &format, error))
         return false;
-    }
     if (!image.pixels || image.width <= 0 || image.height <= 0 || image.channels < 1 || image.channels > 4) {
         *error = "nothing to save: the image is empty";
         return false;
     }
-    if (!checkOutputPath(path, error))
-        return false;
-    QByteArray const destination = followedLink(fileSystemPath(path));
     bool const deep = std::is_same_v<T, float>;
     vips_error_clear();
     VipsRef wrapped(vips_image_new_from_memory(image.pixels, image.sampleCount() * sizeof(T), image.width,
@@ -520,23 +572,143 @@ bool writeSamples(FlexImage<T> const& image, PhotoMetadata const& metadata, QStr
     }
     if (options.keepMetadata)
         attachMetadata(ready.get(), metadata);
+    return saveAtomically(ready.get(), format, followedLink(fileSystemPath(path)), options, error);
+}
 
-    TemporaryOutput output(destination);
-    if (output.descriptor() < 0) {
-        *error = "cannot write in that folder: " + systemMessage(output.openFailure());
-        return false;
+// --- rendering while streaming ---------------------------------------------
+
+// One render of a chain over a photo as libvips pulls it through: the image
+// the saver reads is made band by band from the decoded photo.
+struct StreamedRender
+{
+    ImageModderBands* bands;
+    VipsImage* photo;
+    std::atomic<int> rowsDone{0};
+    std::atomic<bool> cancelled{false};
+    std::atomic<bool> photoFailed{false};
+    std::mutex firstMessageLock;
+    QString firstPhotoMessage;
+};
+
+template <typename T>
+void wrapRows(VipsRegion* region, VipsRect const& area, FlexImage<T>* image)
+{
+    image->clear();
+    image->ownsPixels = false;
+    image->pixels = reinterpret_cast<T*>(VIPS_REGION_ADDR(region, area.left, area.top));
+    image->width = area.width;
+    image->height = area.height;
+    image->channels = region->im->Bands;
+}
+
+bool isContiguous(VipsRegion* region, VipsRect const& area)
+{
+    return size_t(VIPS_REGION_LSKIP(region)) == size_t(area.width) * VIPS_IMAGE_SIZEOF_PEL(region->im);
+}
+
+template <typename T>
+int renderRows(VipsRegion* out, VipsRegion* in, StreamedRender* render)
+{
+    VipsRect const& wanted = out->valid;
+    int const width = render->photo->Xsize;
+    int const height = render->photo->Ysize;
+    int const halo = render->bands->haloRadius();
+    int const top = std::max(0, wanted.top - halo);
+    VipsRect context{0, top, width, std::min(height, wanted.top + wanted.height + halo) - top};
+    if (render->cancelled)
+        return -1;
+    if (vips_region_prepare(in, &context) != 0) {
+        std::lock_guard<std::mutex> guard(render->firstMessageLock);
+        if (!render->photoFailed.exchange(true))
+            render->firstPhotoMessage = QString::fromUtf8(vips_error_buffer()).trimmed();
+        return -1;
     }
-    FileTarget target(output.descriptor());
-    if (!save(ready.get(), format, target.get(), options)) {
-        *error = "cannot write: " + (target.failure() ? systemMessage(target.failure()) : libraryMessage());
-        vips_error_clear();
-        return false;
+    FlexImage<T> window;
+    FlexImage<T> copied;
+    if (isContiguous(in, context)) {
+        wrapRows(in, context, &window);
+    } else {
+        window.reshape(width, context.height, in->im->Bands);
+        for (int y = 0; y < context.height; ++y)
+            std::memcpy(window.pixelAt(0, y), VIPS_REGION_ADDR(in, 0, context.top + y),
+                        size_t(width) * VIPS_IMAGE_SIZEOF_PEL(in->im));
     }
-    if (int const failure = output.commit()) {
-        *error = "cannot write: " + systemMessage(failure);
+    // The band is rendered across the whole width; a narrower request (the
+    // savers ask for whole rows) takes its part of it.
+    VipsRect const rows{0, wanted.top, width, wanted.height};
+    FlexImage<T> band;
+    bool const direct = wanted.left == 0 && wanted.width == width && isContiguous(out, rows);
+    if (direct)
+        wrapRows(out, rows, &band);
+    else
+        band.reshape(width, wanted.height, window.channels);
+    render->bands->renderBand(window, context.top, wanted.top, &band);
+    if (!direct)
+        for (int y = 0; y < wanted.height; ++y)
+            std::memcpy(VIPS_REGION_ADDR(out, wanted.left, wanted.top + y), band.pixelAt(wanted.left, y),
+                        size_t(wanted.width) * VIPS_IMAGE_SIZEOF_PEL(out->im));
+    render->rowsDone.fetch_add(wanted.height, std::memory_order_relaxed);
+    return 0;
+}
+
+int generateRows(VipsRegion* out, void* sequence, void*, void* renderArgument, gboolean*)
+{
+    auto* in = static_cast<VipsRegion*>(sequence);
+    auto* render = static_cast<StreamedRender*>(renderArgument);
+    return vips_image_get_format(render->photo) == VIPS_FORMAT_FLOAT ? renderRows<float>(out, in, render)
+                                                                     : renderRows<unsigned char>(out, in, render);
+}
+
+// The rendered photo as an image the saver can pull, in bands of the
+// renderer's height (a line cache hands the saver's smaller strips out of
+// them).
+bool renderedImage(StreamedRender* render, VipsRef* result)
+{
+    VipsRef generated(vips_image_new());
+    if (vips_image_pipelinev(generated.get(), VIPS_DEMAND_STYLE_FATSTRIP, render->photo, nullptr) != 0 ||
+        vips_image_generate(generated.get(), vips_start_one, generateRows, vips_stop_one, render->photo,
+                            render) != 0)
         return false;
+    return vips_linecache(generated.get(), result->out(), "tile_height", render->bands->bandHeight(), "access",
+                          VIPS_ACCESS_SEQUENTIAL, "threaded", TRUE, nullptr) == 0;
+}
+
+// Reports progress on the calling thread: libvips signals its evaluation
+// there while the saver's workers pull the bands.
+void reportProgress(VipsImage*, VipsProgress*, gpointer data)
+{
+    auto* context = static_cast<std::pair<StreamedRender*, RenderProgress const*>*>(data);
+    StreamedRender* render = context->first;
+    float const done = float(render->rowsDone.load(std::memory_order_relaxed)) / float(render->photo->Ysize);
+    if (!(*context->second)(std::min(done, 1.0f)))
+        render->cancelled = true;
+}
+
+// Opens the photo for streaming: upright, in sRGB, as 8-bit samples or, for
+// deeper sources, floats on the 0..255 scale.
+bool openForStreaming(QByteArray const& path, VipsRef* image, bool* deep)
+{
+    if (!openUpright(path, image))
+        return false;
+    *deep = isDeepSource(image->get());
+    if (!toSrgb(*image, *deep))
+        return false;
+    if (*deep) {
+        VipsRef scaled;
+        if (vips_linear1(image->get(), scaled.out(), 1.0 / 257.0, 0.0, nullptr) != 0)
+            return false;
+        image->replaceWith(scaled);
     }
     return true;
+}
+
+PhotoMetadata metadataOf(VipsImage* image)
+{
+    PhotoMetadata metadata;
+    metadata.exif = blobOf(image, VIPS_META_EXIF_NAME);
+    metadata.xmp = blobOf(image, VIPS_META_XMP_NAME);
+    metadata.icc = blobOf(image, VIPS_META_ICC_NAME);
+    return metadata;
 }
 
 } // namespace
@@ -587,9 +759,7 @@ bool readPhoto(QString const& path, PhotoReadOptions const& options, Photo* phot
         *error = "damaged or truncated image data (" + libraryMessage(&warnings) + ")";
         return false;
     }
-    photo->metadata.exif = blobOf(image.get(), VIPS_META_EXIF_NAME);
-    photo->metadata.xmp = blobOf(image.get(), VIPS_META_XMP_NAME);
-    photo->metadata.icc = blobOf(image.get(), VIPS_META_ICC_NAME);
+    photo->metadata = metadataOf(image.get());
     return true;
 }
 
@@ -649,4 +819,61 @@ bool writePhoto(FlexImage<float> const& image, PhotoMetadata const& metadata, QS
                 PhotoWriteOptions const& options, QString* error)
 {
     return writeSamples(image, metadata, path, options, error);
+}
+
+bool renderPhotoFile(QString const& photoPath, ImageMod* mod, QString const& outputPath,
+                     PhotoWriteOptions const& options, double maxMegapixels, RenderFailure* failure,
+                     RenderProgress const& progress)
+{
+    failure->photoAtFault = true;
+    if (!checkPhotoSize(photoPath, maxMegapixels, &failure->reason))
+        return false;
+    failure->photoAtFault = false;
+    ImageFormat format;
+    if (!checkDestination(outputPath, &format, &failure->reason))
+        return false;
+
+    vips_error_clear();
+    CallWarnings warnings;
+    VipsRef photo;
+    bool deep = false;
+    if (!openForStreaming(fileSystemPath(photoPath), &photo, &deep)) {
+        failure->photoAtFault = true;
+        failure->reason = "damaged or truncated image data (" + libraryMessage(&warnings) + ")";
+        return false;
+    }
+    GrowArray<ImageMod*> chain;
+    if (mod)
+        chain.add(mod);
+    ImageModderBands bands(chain, photo.get()->Xsize, photo.get()->Ysize);
+    StreamedRender render;
+    render.bands = &bands;
+    render.photo = photo.get();
+    VipsRef ready;
+    if (!renderedImage(&render, &ready) || !prepareForFormat(ready, format, deep)) {
+        failure->reason = "cannot encode: " + libraryMessage();
+        return false;
+    }
+    if (options.keepMetadata)
+        attachMetadata(ready.get(), metadataOf(photo.get()));
+
+    std::pair<StreamedRender*, RenderProgress const*> progressContext(&render, &progress);
+    if (progress) {
+        vips_image_set_progress(ready.get(), TRUE);
+        g_signal_connect(ready.get(), "eval", G_CALLBACK(reportProgress), &progressContext);
+    }
+    auto const whyFailed = [&](FileTarget const& target) {
+        if (render.cancelled)
+            return QString("cancelled; nothing was saved");
+        if (render.photoFailed) {
+            failure->photoAtFault = true;
+            vips_error_clear();
+            QString const message = render.firstPhotoMessage.section('\n', -1).trimmed();
+            return "damaged or truncated image data (" +
+                   (message.isEmpty() ? libraryMessage(&warnings) : message) + ")";
+        }
+        return saveFailure(target);
+    };
+    return saveAtomically(ready.get(), format, followedLink(fileSystemPath(outputPath)), options, &failure->reason,
+                          whyFailed);
 }

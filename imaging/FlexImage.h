@@ -14,10 +14,15 @@
 // A float sample as a byte: truncated toward zero with only the low 8 bits
 // kept (so 256 gives 0 and -1 gives 255: filters keep samples in 0..255, and
 // the store stays branch-free). Values beyond the int range, and NaN, are
-// pinned into it first, so that the conversion is defined for every float.
+// pinned into it first (NaN to the low end), so that the conversion is
+// defined for every float. Plain comparisons, not fmin and fmax (calls into
+// the maths library), let a loop of stores vectorise.
 inline unsigned char byteFromSample(float v)
 {
-    return static_cast<unsigned char>(int(std::fmin(std::fmax(v, -2147483520.0f), 2147483520.0f)));
+    constexpr float low = -2147483520.0f;
+    constexpr float high = 2147483520.0f;
+    float const pinned = v > low ? (v < high ? v : high) : low;
+    return static_cast<unsigned char>(int(pinned));
 }
 
 // Platform data tied to an image; deleted with it.
@@ -239,12 +244,16 @@ public:
     {
         float const L = float(pixelLuminance(pixel, channelCount));
         float const e = contrast >= 1.0f ? 1.0f / (2.0f - contrast) : contrast;
+        // A luminance beyond 0..255 takes its target from the nearest end
+        // (a power of a negative base is not a number).
+        float const inRange = std::clamp(L, 0.0f, 255.0f);
         float target;
-        if (L <= pivot)
-            target = pivot > 0.0f ? pivot * std::pow(L / pivot, e) : 0.0f; // a pivot of 0: 0 stays 0
+        if (inRange <= pivot)
+            target = pivot > 0.0f ? pivot * std::pow(inRange / pivot, e) : 0.0f; // a pivot of 0: 0 stays 0
         else
-            target = pivot < 255.0f ? 255.0f - std::pow((255.0f - L) / (255.0f - pivot), e) * (255.0f - pivot)
-                                    : 255.0f;
+            target = pivot < 255.0f
+                         ? 255.0f - std::pow((255.0f - inRange) / (255.0f - pivot), e) * (255.0f - pivot)
+                         : 255.0f;
         moveLuminance(pixel, channelCount, L, target);
     }
 

@@ -2,6 +2,8 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <map>
+#include <mutex>
 
 namespace {
 
@@ -46,7 +48,18 @@ ToneCurve::ToneCurve(int interiorPoints)
     }
     controlPoints.add(Point2D{1.0f, 1.0f});
     hueOffset = 180.0f;
+    // Every curve variable of every filter copy starts as one of these few
+    // straight lines: smooth each once per process rather than per copy.
+    static std::mutex lock;
+    static std::map<int, GrowArray<float>> smoothedLines;
+    std::lock_guard<std::mutex> guard(lock);
+    auto const known = smoothedLines.find(interiorPoints);
+    if (known != smoothedLines.end()) {
+        table = known->second;
+        return;
+    }
     updateSmoothVals();
+    smoothedLines.emplace(interiorPoints, table);
 }
 
 void ToneCurve::setControlPoints(GrowString text)

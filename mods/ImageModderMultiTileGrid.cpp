@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "mods/TileRows.h"
+
 int ImageModderMultiTileGrid::imageWidth() const
 {
     return byteImage ? byteImage->width : (floatImage ? floatImage->width : 0);
@@ -102,14 +104,9 @@ FlexImage<float>* ImageModderMultiTileGrid::getReadTile(int index, ImageModChunk
     FlexImage<float>* tile = takeBuffer();
     Placement const p = placement(index);
     if (byteImage) {
-        int const shared = std::min(tile->channels, byteImage->channels);
-        for (int row = 0; row < tileHeight; ++row) {
-            unsigned char const* from = byteImage->pixelAt(p.readX, p.readY + row);
-            float* to = tile->pixelAt(0, row);
-            for (int col = 0; col < tileWidth; ++col)
-                for (int c = 0; c < shared; ++c)
-                    to[col * tile->channels + c] = float(from[col * byteImage->channels + c]);
-        }
+        for (int row = 0; row < tileHeight; ++row)
+            widenRow(byteImage->pixelAt(p.readX, p.readY + row), byteImage->channels, tile->pixelAt(0, row),
+                     tileWidth);
     } else {
         tile->copyFromImagePortion(*floatImage, -p.readX, -p.readY, nullptr);
     }
@@ -176,15 +173,11 @@ void ImageModderMultiTileGrid::writeTileImmediately(int index, FlexImage<float> 
         return;
     }
     // Truncation keeps only the low 8 bits, unclamped: filters keep samples
-    // within 0..255, and the write loop stays branch-free.
-    int const shared = std::min(tile->channels, byteImage->channels);
-    for (int row = p.trimTop; row < tileHeight - p.trimBottom; ++row) {
-        float const* from = tile->pixelAt(p.trimLeft, row);
-        unsigned char* to = byteImage->pixelAt(p.readX + p.trimLeft, p.readY + row);
-        for (int col = 0; col < tileWidth - p.trimLeft - p.trimRight; ++col)
-            for (int c = 0; c < shared; ++c)
-                to[col * byteImage->channels + c] = byteFromSample(from[col * tile->channels + c]);
-    }
+    // within 0..255, and the write loop stays branch-free. Alpha stays.
+    for (int row = p.trimTop; row < tileHeight - p.trimBottom; ++row)
+        storeRow<unsigned char>(tile->pixelAt(p.trimLeft, row), nullptr, byteImage->channels,
+                                byteImage->pixelAt(p.readX + p.trimLeft, p.readY + row),
+                                tileWidth - p.trimLeft - p.trimRight);
 }
 
 void ImageModderMultiTileGrid::returnToPool(FlexImage<float>* tile)

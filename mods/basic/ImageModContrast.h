@@ -22,9 +22,12 @@ public:
     // side of the centre picks the base and the scale; one power serves
     // both, with no branch, so a loop over samples vectorises (the base not
     // picked may divide by 0 and is thrown away).
+    // A value beyond 0..255 is taken at the nearest end (a power of a
+    // negative base is not a number).
     template <typename Pow>
     static float curveAt(float v, float centre, float k, Pow pow)
     {
+        v = v > 0.0f ? (v < 255.0f ? v : 255.0f) : 0.0f;
         float const upper = (255.0f - v) / (255.0f - centre);
         // centre 0: only v = 0 is not above it, and 0 maps to 0.
         float const lower = centre > 0.0f ? v / centre : 0.0f;

@@ -21,7 +21,8 @@ void ImageModLuminanceContrast::templateMod(FlexImage<T>* image, ImageModChunkIn
     float const k = exponentFor(a);
     forEachPixel(image, [=](T* p, int channels) {
         float const L = float(pixelLuminance(p, channels));
-        FlexImage<T>::moveLuminance(p, channels, L, curveAt(L, centre, k, [](float x, float y) { return std::pow(x, y); }));
+        float const target = curveAt(L, centre, k, [](float x, float y) { return std::pow(x, y); });
+        FlexImage<T>::moveLuminance(p, channels, L, target);
     });
 }
 

@@ -42,12 +42,14 @@ GrainPlacement placementFor(FlexImage<T> const& image, ImageModChunkInfo const* 
 template <typename T>
 void addLuminanceGrain(T* p, int channels, float grain, float strength)
 {
-    float const L = float(pixelLuminance(p, channels));
+    // Samples beyond 0..255 (an earlier filter may leave them) are taken at
+    // the nearest end, so that the power stays finite.
+    float const L = std::clamp(float(pixelLuminance(p, channels)), 0.0f, 255.0f);
     float const shade = (255.0f - L) / 255.0f;
     float const d = grain * strength * (0.3f + 0.7f * shade * shade);
     float const exponent = d >= 0.0f ? 1.0f - d : 1.0f / (1.0f + d);
     for (int c = 0; c < channels; ++c)
-        p[c] = FlexImage<T>::storeSample(255.0f * std::pow(float(p[c]) / 255.0f, exponent));
+        p[c] = FlexImage<T>::storeSample(255.0f * std::pow(std::clamp(float(p[c]) / 255.0f, 0.0f, 1.0f), exponent));
 }
 
 // The per-channel frequency multipliers of the additive grain.

@@ -14,18 +14,22 @@
 namespace exposureRules {
 
 // The brightening curve for an exposure e in (1, 2), for samples of type T.
+// Samples beyond 0..255 count as the nearest end (a power of a negative
+// base is not a number).
 template <typename T>
 inline float brighten(float c, float e)
 {
-    return 255.0f - 255.0f * samplePow<T>((255.0f - c) / 255.0f, 1.0f / (2.0f - e));
+    float const inRange = c > 0.0f ? (c < 255.0f ? c : 255.0f) : 0.0f;
+    return 255.0f - 255.0f * samplePow<T>((255.0f - inRange) / 255.0f, 1.0f / (2.0f - e));
 }
 
 // The darkening curve for an exposure e in [0, 1), with the pow given;
-// white is held just below 255 so that it darkens too.
+// white is held just below 255 so that it darkens too, and samples below 0
+// count as 0.
 template <typename Pow>
 inline float darkenWith(float c, float e, Pow pow)
 {
-    float const held = c < 254.95f ? c : 254.95f;
+    float const held = c > 0.0f ? (c < 254.95f ? c : 254.95f) : 0.0f;
     return 255.0f * pow(held / 255.0f, 1.0f / e);
 }
 

@@ -97,7 +97,7 @@ TEST(EditingSession, FinishingWithoutAChoiceSavesThePhotoUnedited)
     QString const path = savePhoto(dir, photo);
     EditingSession session;
     QString error;
-    ASSERT_TRUE(session.startWithPhoto(path, 64, &error));
+    ASSERT_TRUE(session.openPhoto(path, 64, &error));
     QString const out = dir.filePath("same.jpg");
     ASSERT_TRUE(session.finish(out, 100, nullptr, &error));
     QImage const saved = loadTestPicture(out);
@@ -114,11 +114,11 @@ TEST(EditingSession, UnreadablePhotosAreReportedAndLeaveNothing)
     QTemporaryDir dir;
     EditingSession session;
     QString error;
-    EXPECT_FALSE(session.startWithPhoto(dir.filePath("missing.jpg"), 64, &error));
+    EXPECT_FALSE(session.openPhoto(dir.filePath("missing.jpg"), 64, &error));
     EXPECT_EQ(error, "no such file");
     session.maxMegapixels = 0.001;
     QString const path = savePhoto(dir, gradient(60, 40));
-    EXPECT_FALSE(session.startWithPhoto(path, 64, &error));
+    EXPECT_FALSE(session.openPhoto(path, 64, &error));
     EXPECT_TRUE(error.contains("more than the limit")) << error.toStdString();
     EXPECT_FALSE(saveTestPicture(gradient(4, 4), dir.filePath("no/such/folder/x.jpg"), 90, &error));
     EXPECT_EQ(error, "folder does not exist");

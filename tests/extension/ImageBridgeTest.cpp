@@ -58,22 +58,3 @@ TEST(ImageBridge, WayBackTruncatesAndWraps)
     EXPECT_EQ(qBlue(second), 255); // -1 wraps
     EXPECT_EQ(qAlpha(second), 255);
 }
-
-TEST(ImageFiles, SixteenBitFilesKeepTheirPrecision)
-{
-    // 16-bit PNG samples of 257 x 100 + 128 land between whole levels.
-    QTemporaryDir dir;
-    FlexImage<float> deep(1, 1, 3);
-    deep.pixels[0] = float((257 * 100 + 128) / 257.0);
-    deep.pixels[1] = 20.0f;
-    deep.pixels[2] = 255.0f;
-    QString const path = dir.filePath("deep.png");
-    QString error;
-    ASSERT_TRUE(writePhoto(deep, PhotoMetadata(), path, PhotoWriteOptions(), &error)) << error.toStdString();
-    Photo read;
-    ASSERT_TRUE(readPhoto(path, PhotoReadOptions(), &read, &error)) << error.toStdString();
-    ASSERT_TRUE(read.isDeep());
-    EXPECT_NEAR(read.deep.pixels[0], 100.0f + 128.0f / 257.0f, 1e-4);
-    EXPECT_EQ(read.deep.pixels[1], 20.0f);
-    EXPECT_EQ(read.deep.pixels[2], 255.0f);
-}

@@ -94,14 +94,15 @@ void expectSafe(ImageMod* mod)
 // Runs check on a fresh copy of prototype after change has set its variable
 // index, telling the reader what was set.
 void withChangedCopy(ImageMod* prototype, int index, std::string const& what,
-                     std::function<void(ImageModVariable*)> const& change)
+                     std::function<void(ImageModVariable*)> const& change,
+                     std::function<void(ImageMod*)> const& check = expectSafe)
 {
     SCOPED_TRACE(std::string(prototype->name.c_str()) + " \"" + prototype->vars[index]->name.c_str() + "\" = " + what);
     std::unique_ptr<ImageMod> mod(prototype->createCopy());
     *mod = *prototype;
     change(mod->vars[index]);
     mod->notifyVarChanged(index);
-    expectSafe(mod.get());
+    check(mod.get());
 }
 
 class RegistrySafety : public ::testing::Test
@@ -178,4 +179,36 @@ TEST_F(RegistrySafety, EveryChoiceIndexIsSafe)
                 withChangedCopy(prototype, i, "option " + std::to_string(selected),
                                 [selected](ImageModVariable* v) { v->choiceData()->selected = selected; });
         }
+}
+
+// An earlier filter may leave samples far outside 0..255 (a curve through a
+// point at 235, say): every filter, at its defaults and with each number at
+// either end of its range, keeps such samples finite.
+TEST_F(RegistrySafety, SamplesFarOutsideTheRangeStayFinite)
+{
+    auto const expectFinite = [](ImageMod* mod) {
+        ImageModChunkInfo info = tileOfSmallPicture();
+        FlexImage<float> image(19, 13, 4);
+        for (size_t i = 0; i < image.sampleCount(); ++i)
+            image.pixels[i] = float(int(i * 7919 % 1201) - 600) * 100.0f;
+        mod->applyMod(&image, &info);
+        for (size_t i = 0; i < image.sampleCount(); ++i)
+            if (!std::isfinite(image.pixels[i])) {
+                ADD_FAILURE() << "sample " << i << " is " << image.pixels[i];
+                return;
+            }
+    };
+    for (ImageMod* prototype : prototypes) {
+        SCOPED_TRACE(prototype->name.c_str());
+        expectFinite(prototype);
+        for (int i = 0; i < prototype->vars.count; ++i) {
+            ImageModVariableDataFloat const* f = prototype->vars[i]->floatData();
+            if (!f)
+                continue;
+            for (float end : {f->min, f->max})
+                withChangedCopy(
+                    prototype, i, std::to_string(end), [&](ImageModVariable* v) { v->floatData()->value = end; },
+                    expectFinite);
+        }
+    }
 }

@@ -1,0 +1,92 @@
+#include "mods/ImageModderBands.h"
+
+#include <algorithm>
+
+#include "core/ParallelDispatch.h"
+#include "mods/ImageModderMulti.h"
+#include "mods/TileRows.h"
+
+namespace {
+
+// The chain renderer's nominal tile edge.
+constexpr int minimumTileEdge = 256;
+
+} // namespace
+
+ImageModderBands::ImageModderBands(GrowArray<ImageMod*> const& chain, int width, int height, float scale)
+    : width(std::max(width, 0)), height(std::max(height, 0)), scale(scale)
+{
+    GrowArray<ImageMod*> flat;
+    ImageModderMulti::flattenModsInto(chain, &flat);
+    for (ImageMod* mod : flat) {
+        ImageMod* copy = mod->createCopy();
+        *copy = *mod;
+        mods.add(copy);
+        radius = std::max(radius, copy->getExtraPixelRadiusRequired(this->width, this->height, scale));
+    }
+    // A halo past the picture reads nothing more than one reaching its edge.
+    radius = std::clamp(radius, 0, std::max(this->width, this->height));
+}
+
+ImageModderBands::~ImageModderBands()
+{
+    for (ImageMod* mod : mods)
+        delete mod;
+}
+
+int ImageModderBands::tileStep() const
+{
+    return std::max(4 * radius, minimumTileEdge);
+}
+
+int ImageModderBands::bandHeight() const
+{
+    return std::min(tileStep(), std::max(height, 1));
+}
+
+template <typename T>
+void ImageModderBands::renderBand(FlexImage<T> const& window, int windowTop, int firstRow, FlexImage<T>* band) const
+{
+    int const step = tileStep();
+    int const across = std::max(1, (width + step - 1) / step);
+    dispatchApply(size_t(across), DispatchPriority::Default, [&](size_t i) {
+        int const x0 = int(i) * step;
+        renderTile(window, windowTop, firstRow, x0, std::min(width, x0 + step), band);
+    });
+}
+
+template <typename T>
+void ImageModderBands::renderTile(FlexImage<T> const& window, int windowTop, int firstRow, int x0, int x1,
+                                  FlexImage<T>* band) const
+{
+    int const readX = std::max(0, x0 - radius);
+    int const readY = std::max(0, firstRow - radius);
+    int const readRight = std::min(width, x1 + radius);
+    int const readBottom = std::min(height, firstRow + band->height + radius);
+    int const channels = window.channels;
+
+    // One working tile per thread, reused from band to band.
+    thread_local FlexImage<float> tile;
+    tile.channels = 3;
+    tile.ensureSize(readRight - readX, readBottom - readY);
+    for (int row = 0; row < tile.height; ++row)
+        widenRow(window.pixelAt(readX, readY + row - windowTop), channels, tile.pixelAt(0, row), tile.width);
+
+    ImageModChunkInfo info;
+    info.fullWidth = width;
+    info.fullHeight = height;
+    info.chunkX = readX;
+    info.chunkY = readY;
+    info.scale = scale;
+    for (ImageMod* mod : mods)
+        if (mod->enabled)
+            mod->applyMod(&tile, &info);
+
+    for (int y = firstRow; y < firstRow + band->height; ++y)
+        storeRow(tile.pixelAt(x0 - readX, y - readY), window.pixelAt(x0, y - windowTop), channels,
+                 band->pixelAt(x0, y - firstRow), x1 - x0);
+}
+
+template void ImageModderBands::renderBand(FlexImage<unsigned char> const&, int, int,
+                                           FlexImage<unsigned char>*) const;
+template void ImageModderBands::renderBand(FlexImage<float> const&, int, int, FlexImage<float>*) const;

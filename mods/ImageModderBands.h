@@ -1,0 +1,52 @@
+#pragma once
+
+#include "core/GrowArray.h"
+#include "imaging/FlexImage.h"
+#include "mods/ImageMod.h"
+
+// Renders a chain over a picture one band of rows at a time, for hosts that
+// stream a photo through (decode, render, encode) and never hold it whole.
+// A band is rendered from a window of source rows reaching haloRadius() past
+// it on both sides (or to the picture's edge), in tiles across on all
+// cores. Every filter renders a tile with that much context as it renders
+// the whole picture, so the bands together equal a whole-picture render of
+// the same chain bit for bit.
+//
+// The chain is copied (flattened like the chain renderer's) when the object
+// is made; bands may then be rendered from several threads at once.
+class ImageModderBands
+{
+public:
+    // For a picture of width x height rendered at scale.
+    ImageModderBands(GrowArray<ImageMod*> const& chain, int width, int height, float scale = 1.0f);
+    ~ImageModderBands();
+    ImageModderBands(ImageModderBands const&) = delete;
+    ImageModderBands& operator=(ImageModderBands const&) = delete;
+
+    // The rows of context a band needs above and below it.
+    int haloRadius() const { return radius; }
+    // The rows of a band worth rendering at once: four halos, so that the
+    // context read is at most half again the rows made, and never fewer
+    // than a tile.
+    int bandHeight() const;
+
+    // Renders picture rows [firstRow, firstRow + band->height) into band
+    // (width wide, the window's channels). window holds picture rows
+    // [windowTop, windowTop + window.height), which must cover the band and
+    // its halo (clipped to the picture). A fourth channel (alpha) is copied
+    // through; the filters see red, green and blue.
+    template <typename T>
+    void renderBand(FlexImage<T> const& window, int windowTop, int firstRow, FlexImage<T>* band) const;
+
+private:
+    GrowArray<ImageMod*> mods;
+    int width;
+    int height;
+    float scale;
+    int radius = 0;
+
+    int tileStep() const;
+    template <typename T>
+    void renderTile(FlexImage<T> const& window, int windowTop, int firstRow, int x0, int x1,
+                    FlexImage<T>* band) const;
+};
