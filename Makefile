@@ -41,7 +41,7 @@ test-asan: deps
 test-tsan: deps
 	$(call CMAKE_CONFIGURE,$(TSAN_DIR),RelWithDebInfo,-DQUILLMERE_SANITIZE=thread)
 	cmake --build $(TSAN_DIR) -j $(JOBS)
-	cd $(TSAN_DIR) && TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1:suppressions=$(CURDIR)/tests/tsan.supp ctest --output-on-failure -R '^(Renderer|RendererBands|ParallelDispatch|Threading|TileGrid)\.'
+	cd $(TSAN_DIR) && TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1:suppressions=$(CURDIR)/tests/tsan.supp ctest --output-on-failure -R '^(Renderer|RendererBands|Watermark|ParallelDispatch|Threading|TileGrid)\.'
 
 # The fuzzers (clang's libFuzzer, everything under address and undefined-
 # behaviour sanitizers), each for FUZZ_SECONDS. New inputs collect in

@@ -1,18 +1,21 @@
 // "quillmere apply": a preset over photos at full size, saved as JPEG.
+#include <unistd.h>
+
+#include <cmath>
+#include <memory>
+
 #include <QDir>
 #include <QFileInfo>
 #include <QHash>
 
-#include <cmath>
-#include <QTextStream>
-
 #include "app/CommandLine.h"
+#include "app/OutputOptions.h"
 #include "app/Progress.h"
-#include <unistd.h>
-
 #include "extension/EditingSession.h"
 #include "extension/FileNames.h"
 #include "extension/ImageFiles.h"
+#include "extension/ImageModRegistry.h"
+#include "mods/ImageModCompound.h"
 
 namespace {
 
@@ -101,6 +104,7 @@ int readOptions(QCommandLineParser const& parser, ApplyOptions* options)
     options->writing.quality = parser.value("quality").toInt(&ok);
     if (!ok || options->writing.quality < 1 || options->writing.quality > 100)
         return usageError("apply", "--quality needs a whole number from 1 to 100");
+    options->writing.qualityChosen = parser.isSet("quality");
     options->writing.keepMetadata = !parser.isSet("strip-metadata");
     if (!options->output.isEmpty() && imageFormatFor(options->output) == ImageFormat::Unknown)
         return usageError("apply", "-o " + options->output + ": " + knownImageFormats());
@@ -145,6 +149,24 @@ bool renderOne(EditingSession& session, ApplyOptions const& options, int i, Prog
     return true;
 }
 
+// The chain to finish photos with: the preset, then the filters of the
+// output options, in the order and number a chain allows (an option's crop
+// or size replaces the preset's). The preset itself when there are none.
+std::unique_ptr<ImageModCompound> finishedChain(ImageModCompound const& preset, GrowArray<ImageMod*>& extra)
+{
+    if (extra.count == 0)
+        return nullptr;
+    auto chain = std::make_unique<ImageModCompound>("Finished Photo");
+    ImageMod* copy = preset.createCopy();
+    *copy = preset;
+    chain->addSubMod(copy);
+    for (ImageMod* filter : extra)
+        chain->addSubMod(filter);
+    extra.count = 0;
+    arrangeChain(&chain->subMods);
+    return chain;
+}
+
 } // namespace
 
 int runApply(QStringList const& args)
@@ -160,6 +182,7 @@ int runApply(QStringList const& args)
     parser.addOption({"strip-metadata", "Leave out the photo's EXIF, XMP and colour profile."});
     parser.addOption(maxMegapixelsOption());
     parser.addOption({"remix", "Set the Remix (variation) of every camera style in the preset to V.", "V"});
+    addOutputOptions(parser);
     parser.addOption({"lenient", "Render even when the preset has mistakes (steps naming no filter are skipped, "
                                  "values the filters cannot use are ignored)."});
     parser.addPositionalArgument("PHOTO...", "The photos to render.");
@@ -187,7 +210,13 @@ int runApply(QStringList const& args)
         return ExitFailed;
     }
     preset->setFloatVar(0, options.amount);
-    session.currentMod = preset;
+    GrowArray<ImageMod*> outputFilters;
+    if ((status = readOutputOptions(parser, session.prototypes, &outputFilters)) != ExitOk) {
+        deleteMods(outputFilters);
+        return status;
+    }
+    std::unique_ptr<ImageModCompound> const finished = finishedChain(*preset, outputFilters);
+    session.currentMod = finished ? finished.get() : preset;
 
     bool allWritten = true;
     ProgressBar progress(options.photos.size());

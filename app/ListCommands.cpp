@@ -13,7 +13,9 @@ QString number(float v)
 
 QString describeFloat(ImageModVariableDataFloat const& f)
 {
-    QString text = QString("number %1 to %2").arg(number(f.min), number(f.max));
+    // A range whose top is not above its bottom bounds only from below.
+    QString text = f.min < f.max ? QString("number %1 to %2").arg(number(f.min), number(f.max))
+                                 : QString("number from %1").arg(number(f.min));
     if (f.hasDisplayRange && (f.displayMin != f.min || f.displayMax != f.max))
         text += QString(" (shown %1 to %2)").arg(number(f.displayMin), number(f.displayMax));
     return text + ", default " + number(f.value);

@@ -1,7 +1,8 @@
 // The main job on a 24-megapixel photo (the sample photo scaled to
 // 6000 x 4000 and saved as JPEG at quality 95): decode, render (8-bit, in
 // tiles) and encode timed separately, for a tone-only preset and for one
-// with blur and grain. Also the thumbnail strip: every shipped preset over
+// with blur and grain; the whole finish as the tool does it, plain,
+// resampled and straightened. Also the thumbnail strip: every shipped preset over
 // the 80 x 50 source. The whole tool against its peers is bench/peers.sh.
 #include <benchmark/benchmark.h>
 
@@ -15,6 +16,7 @@
 #include "extension/ImageBridge.h"
 #include "extension/ImageFiles.h"
 #include "extension/ImageModRegistry.h"
+#include "extension/PhotoRender.h"
 #include "mods/ImageModXML.h"
 #include "mods/ImageModderMulti.h"
 
@@ -74,6 +76,15 @@ std::string const blurGrainPreset = "<mod name=\"Blur\"><var name=\"Amount\" typ
                                     "<var name=\"Mix\" type=\"float\">40</var></mod>\n"
                                     "<mod name=\"Noise\"><var name=\"Amount\" type=\"float\">20</var></mod>\n";
 
+// The tone preset finished three ways: as it is, resampled to a longest
+// side of 2048, and straightened by 3 degrees.
+std::string const resampledPreset =
+    tonePreset + "<mod name=\"Output Size\"><var name=\"Width\" type=\"float\">0</var>"
+                 "<var name=\"Height\" type=\"float\">0</var>"
+                 "<var name=\"Maximum Side\" type=\"float\">2048</var></mod>\n";
+std::string const straightenedPreset =
+    tonePreset + "<mod name=\"Crop/Straighten\"><var name=\"Straighten\" type=\"float\">3</var></mod>\n";
+
 QString const& outputFile()
 {
     static QTemporaryDir folder;
@@ -125,8 +136,23 @@ void BM_ThumbnailStrip(benchmark::State& state)
     state.counters["presets"] = session.presetCount();
 }
 
+// The whole finish of the tool: decode, crop and turn, render, resample and
+// encode, streamed.
+void BM_Finish(benchmark::State& state, std::string const* body)
+{
+    std::unique_ptr<ImageMod> preset = presetFrom(*body);
+    for (auto _ : state) {
+        RenderFailure failure;
+        renderPhotoFile(largePhoto(), preset.get(), outputFile(), PhotoWriteOptions(), defaultMaxMegapixels,
+                        &failure);
+    }
+}
+
 } // namespace
 
+BENCHMARK_CAPTURE(BM_Finish, ToneOnly, &tonePreset)->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK_CAPTURE(BM_Finish, ResampledTo2048, &resampledPreset)->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK_CAPTURE(BM_Finish, Straightened3Degrees, &straightenedPreset)->Unit(benchmark::kMillisecond)->Iterations(3);
 BENCHMARK(BM_Decode)->Unit(benchmark::kMillisecond)->Iterations(3);
 BENCHMARK_CAPTURE(BM_Render, ToneOnly, &tonePreset)->Unit(benchmark::kMillisecond)->Iterations(3);
 BENCHMARK_CAPTURE(BM_Render, BlurAndGrain, &blurGrainPreset)->Unit(benchmark::kMillisecond)->Iterations(3);

@@ -1,5 +1,9 @@
 #include "core/OVThreading.h"
 
+#include <mutex>
+
+#include <QTextCodec>
+
 #include "core/SyncAnnotations.h"
 
 void OVThreadLockQT::lock()
@@ -70,8 +74,15 @@ struct DeleteQueueReaper
 
 } // namespace
 
+void prepareForWorkerThreads()
+{
+    static std::once_flag settled;
+    std::call_once(settled, [] { QTextCodec::codecForLocale(); });
+}
+
 void OVQTThread::startDetached(OVQTThread* thread, QThread::Priority priority)
 {
+    prepareForWorkerThreads();
     accessLock.lock();
     syncAcquire(&accessLock);
     for (int32_t i = deleteQueue.count - 1; i >= 0; --i) {

@@ -64,6 +64,12 @@ OVThreadSemaphore* createNewOVThreadSemaphore(int ignoredCount);
 // A detached worker thread running plain function pointers. Started workers
 // are kept in a queue and deleted lazily once finished, when the next worker
 // starts.
+// Call before starting a thread. Qt sets up its text codecs on first use
+// without guarding against two threads doing it at once, and a new thread
+// names itself through them: two first uses at once deadlock. Settling the
+// codec on the starting thread first rules that out.
+void prepareForWorkerThreads();
+
 class OVQTThread : public QThread
 {
 public:

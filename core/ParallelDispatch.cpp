@@ -50,6 +50,7 @@ void dispatchAsync(DispatchPriority priority, std::function<void()> work)
 #include <memory>
 #include <mutex>
 
+#include "core/OVThreading.h"
 #include "core/SyncAnnotations.h"
 
 namespace {
@@ -108,6 +109,7 @@ private:
 
 void startOnPool(std::function<void()> body, DispatchPriority priority)
 {
+    prepareForWorkerThreads();
     auto* runnable = new Runnable(std::move(body));
     syncRelease(runnable);
     QThreadPool::globalInstance()->start(runnable, poolPriority(priority));

@@ -6,6 +6,7 @@
 #include "extension/ImageBridge.h"
 #include "extension/ImageModRegistry.h"
 #include "mods/ImageModderMulti.h"
+#include "mods/output/ImageModImageOverlay.h"
 
 namespace {
 
@@ -23,6 +24,8 @@ void widenInto(FlexImage<T> const& from, FlexImage<float>* to)
 EditingSession::EditingSession()
     : prototypes(createPrototypeRegistry())
 {
+    // Watermarks read their pictures through the image files of this host.
+    ImageModImageOverlay::setOverlayLoader(loadOverlayImage);
 }
 
 EditingSession::~EditingSession()

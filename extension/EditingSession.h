@@ -6,6 +6,7 @@
 
 #include "core/GrowArray.h"
 #include "extension/ImageFiles.h"
+#include "extension/PhotoRender.h"
 #include "extension/PresetLibrary.h"
 #include "imaging/FlexImage.h"
 #include "mods/ImageMod.h"

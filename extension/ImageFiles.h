@@ -1,12 +1,9 @@
 #pragma once
 
-#include <functional>
-
 #include <QByteArray>
 #include <QString>
 
 #include "imaging/FlexImage.h"
-#include "mods/ImageMod.h"
 
 // Image files, read and written through libvips: photos come in upright and
 // in sRGB (the filters assume it), results go out whole or not at all.
@@ -62,6 +59,9 @@ bool checkPhotoSize(QString const& path, double maxMegapixels, QString* error);
 struct PhotoWriteOptions
 {
     int quality = 100; // JPEG and WebP; no chroma subsampling from 90 up
+    // Whether the user chose the quality: then it stands, else a preset's
+    // output size may set it.
+    bool qualityChosen = false;
     bool keepMetadata = true;
 };
 
@@ -84,27 +84,10 @@ bool writePhoto(FlexImage<unsigned char> const& image, PhotoMetadata const& meta
 bool writePhoto(FlexImage<float> const& image, PhotoMetadata const& metadata, QString const& path,
                 PhotoWriteOptions const& options, QString* error);
 
-// Called now and then while a photo renders, with the finished share (0 to
-// 1), on the thread that asked for the render; returning false cancels it,
-// and nothing is saved.
-using RenderProgress = std::function<bool(float)>;
-
-// Why a render into a file failed, and which file is at fault.
-struct RenderFailure
-{
-    QString reason;
-    bool photoAtFault = false; // the photo could not be read (else the output could not be written)
-};
-
-// Renders mod (none: the photo as it is) over the photo at photoPath at full
-// size and writes the result as writePhoto does, keeping the photo's
-// metadata unless told not to. The photo streams through in bands, decoded,
-// rendered and encoded at once, so it is never held whole (unless its
-// orientation needs it turned first). The size limit is checked from the
-// header before anything is decoded.
-bool renderPhotoFile(QString const& photoPath, ImageMod* mod, QString const& outputPath,
-                     PhotoWriteOptions const& options, double maxMegapixels, RenderFailure* failure,
-                     RenderProgress const& progress = nullptr);
+// Reads the image file at path for a watermark: upright, in sRGB, 8-bit
+// with its alpha, scaled to fit within boxWidth x boxHeight with its aspect
+// kept (up or down). False when it cannot be read.
+bool loadOverlayImage(GrowString const& path, int boxWidth, int boxHeight, FlexImage<unsigned char>* overlay);
 
 // The path as the bytes the file system knows it by.
 QByteArray fileSystemPath(QString const& path);

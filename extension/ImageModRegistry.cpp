@@ -30,6 +30,9 @@
 #include "mods/mono/ChannelMixerFilters.h"
 #include "mods/mono/DiscolorFilters.h"
 #include "mods/mono/ImageModFilteredBW.h"
+#include "mods/output/ImageModCrop.h"
+#include "mods/output/ImageModImageOverlay.h"
+#include "mods/output/ImageModSize2.h"
 #include "mods/styles/ImageMod1958.h"
 #include "mods/styles/ImageMod1962.h"
 #include "mods/styles/ImageMod1974.h"
@@ -124,6 +127,11 @@ GrowArray<ImageMod*> createPrototypeRegistry()
     r.add(new ImageMod1974());
     r.add(new ImageMod1962());
     r.add(new ImageMod1958());
+    // Geometry and output
+    r.add(new ImageModCrop());
+    r.add(new ImageModConstrainSize());
+    r.add(new ImageModExactSize());
+    r.add(new ImageModImageOverlay());
     return r;
 }
 

@@ -125,3 +125,32 @@ void ImageModCompound::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
 
 template void ImageModCompound::templateMod(FlexImage<unsigned char>*, ImageModChunkInfo*);
 template void ImageModCompound::templateMod(FlexImage<float>*, ImageModChunkInfo*);
+
+void arrangeChain(GrowArray<ImageMod*>* chain, GrowArray<GrowString>* replaced)
+{
+    GrowArray<ImageMod*> kept;
+    for (int i = 0; i < chain->count; ++i) {
+        ImageMod* mod = (*chain)[i];
+        int const kind = mod->getSingletonID();
+        bool laterOfItsKind = false;
+        for (int j = i + 1; kind != ImageMod::SingletonNone && j < chain->count; ++j)
+            laterOfItsKind = laterOfItsKind || (*chain)[j]->getSingletonID() == kind;
+        if (laterOfItsKind) {
+            if (replaced)
+                replaced->add(mod->name);
+            delete mod;
+        } else {
+            kept.add(mod);
+        }
+    }
+    // First, anywhere, last; an unknown requirement counts as anywhere.
+    auto const rank = [](ImageMod const* mod) {
+        int const position = mod->getPositionReq();
+        return position == ImageMod::PositionFirst ? 0 : position == ImageMod::PositionLast ? 2 : 1;
+    };
+    chain->count = 0;
+    for (int wanted = 0; wanted < 3; ++wanted)
+        for (ImageMod* mod : kept)
+            if (rank(mod) == wanted)
+                chain->add(mod);
+}

@@ -35,3 +35,10 @@ public:
     template <typename T>
     void templateMod(FlexImage<T>* image, ImageModChunkInfo* info);
 };
+
+// Puts a chain in the order its filters ask for (a crop first, an output
+// size last, the rest as they were) and keeps one filter of each singleton
+// kind: of two crops, or two output sizes, the later stands, as though it
+// had replaced the earlier, which is deleted. The names of the filters so
+// replaced are added to replaced when it is given.
+void arrangeChain(GrowArray<ImageMod*>* chain, GrowArray<GrowString>* replaced = nullptr);

@@ -132,6 +132,25 @@ ImageModVariable ImageModVariable::makeChoice(char const* name, GrowArray<GrowSt
     return v;
 }
 
+ImageModVariable ImageModVariable::makeButton(char const* name)
+{
+    ImageModVariable v;
+    v.name = name;
+    v.data = new ImageModVariableDataButton();
+    return v;
+}
+
+ImageModVariable ImageModVariable::makeFile(char const* name, std::initializer_list<char const*> fileTypes)
+{
+    ImageModVariable v;
+    v.name = name;
+    auto* file = new ImageModVariableDataFile();
+    for (char const* type : fileTypes)
+        file->fileTypes.add(GrowString(type));
+    v.data = file;
+    return v;
+}
+
 void ImageModVariable::setDisplayName(GrowString const& shown)
 {
     if (!displayName)

@@ -124,8 +124,9 @@ class ImageModVariable
 {
 public:
     // attrA and attrB are presentation hints the engine only carries: copied
-    // with the variable, never compared and never read by a filter. attrB is
-    // 0 on a compound's "Amount".
+    // with the variable, never compared and never read by a filter. attrA 1
+    // shows the variable in an editor, 0 hides it; attrB is 0 on a
+    // compound's "Amount".
     int32_t attrA = 1;
     GrowString name;
     ImageModVariableData* data = nullptr;
@@ -141,6 +142,14 @@ public:
     static ImageModVariable makeCurve(char const* name, ToneCurve const& curve);
     static ImageModVariable makeColor(char const* name, OVRGBColor color);
     static ImageModVariable makeChoice(char const* name, GrowArray<GrowString> const& labels, int32_t selected);
+    static ImageModVariable makeButton(char const* name);
+    // A file path, empty, accepting files of the given extensions.
+    static ImageModVariable makeFile(char const* name, std::initializer_list<char const*> fileTypes);
+
+    // Whether an editor offers the variable to the user (crop points, for
+    // one, are dragged rather than set by sliders).
+    bool isShown() const { return attrA != 0; }
+    void setShown(bool shown) { attrA = shown ? 1 : 0; }
 
     void setDisplayName(GrowString const& shown);
     GrowString const& shownName() const { return displayName ? *displayName : name; }

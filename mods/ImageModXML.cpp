@@ -332,6 +332,11 @@ GrowArray<ImageMod*> buildMods(XmlNode* node, GrowArray<ImageMod*>* compounds, G
             compounds->add(compound);
         }
     }
+    GrowArray<GrowString> replaced;
+    arrangeChain(&result, &replaced);
+    for (GrowString const& name : replaced)
+        report->warnings.add(GrowString(("a second \"" + std::string(name.c_str()) +
+                                         "\" replaces the first; only one may stand in a chain").c_str()));
     return result;
 }
 

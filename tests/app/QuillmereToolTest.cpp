@@ -4,6 +4,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QImage>
 #include <QProcess>
 #include <QTemporaryDir>
@@ -330,4 +331,112 @@ TEST_F(QuillmereTool, StylesShipAsPresetsAndRemix)
     QImage const sheet = loadTestPicture(path("strip.png"));
     EXPECT_GT(sheet.width(), 4 * 40) << "the original and three variations side by side";
     EXPECT_LT(sheet.height(), 2 * 30 + 60) << "in one row";
+}
+
+// 90 x 60 saved at each size option. A box fills both ways (scaling up); a
+// longest side only ever shrinks the picture.
+TEST_F(QuillmereTool, SizeOptionsSetTheSavedSize)
+{
+    struct Case
+    {
+        QStringList option;
+        QSize size;
+    };
+    for (Case const& c : {Case{{"--long-side", "45"}, QSize(45, 30)}, Case{{"--long-side", "180"}, QSize(90, 60)},
+                          Case{{"--max-size", "180x180"}, QSize(180, 120)},
+                          Case{{"--max-size", "30x30"}, QSize(30, 20)}, Case{{"--exact-size", "17x9"}, QSize(17, 9)}}) {
+        SCOPED_TRACE(c.option.join(' ').toStdString());
+        QFile::remove(path("sized.png"));
+        ToolRun const run =
+            quillmere(QStringList{"apply", "--preset", "Noir", "second.png", "-o", "sized.png"} + c.option, dir.path());
+        ASSERT_EQ(run.status, 0) << run.err.toStdString();
+        EXPECT_EQ(QImage(path("sized.png")).size(), c.size);
+    }
+    for (QStringList const& bad : {QStringList{"--long-side", "0"}, QStringList{"--long-side", "12.5"},
+                                   QStringList{"--max-size", "30"}, QStringList{"--exact-size", "0x9"},
+                                   QStringList{"--long-side", "40", "--exact-size", "9x9"},
+                                   QStringList{"--crop", "0.5,0,0.4,1"}, QStringList{"--crop", "0,0,1"},
+                                   QStringList{"--straighten", "200"}, QStringList{"--watermark-scale", "20"}}) {
+        ToolRun const run =
+            quillmere(QStringList{"apply", "--preset", "Noir", "second.png", "-o", "bad.png"} + bad, dir.path());
+        EXPECT_EQ(run.status, 2) << bad.join(' ').toStdString();
+        EXPECT_EQ(run.err.count('\n'), 2) << run.err.toStdString(); // the mistake and the pointer to --help
+        EXPECT_FALSE(QFile::exists(path("bad.png")));
+    }
+}
+
+// A preset that changes nothing shows the crop alone: the result is the
+// photo's rectangle. 0.2,0.25,0.7,0.75 of 90 x 60 is columns 18 to 62 and
+// rows 15 to 44.
+TEST_F(QuillmereTool, ACropKeepsItsRectangleOfThePhoto)
+{
+    QDir(dir.path()).mkpath("data/quillmere/Presets");
+    QFile preset(path("data/quillmere/Presets/Plain.qmf"));
+    ASSERT_TRUE(preset.open(QIODevice::WriteOnly));
+    preset.write("<filter version=\"1\"><mod name=\"Brightness\"></mod></filter>\n");
+    preset.close();
+    ToolRun const run = quillmere({"apply", "--preset", "Plain", "second.png", "-o", "cropped.png", "--crop",
+                                   "0.2,0.25,0.7,0.75"},
+                                  dir.path(), path("data"));
+    ASSERT_EQ(run.status, 0) << run.err.toStdString();
+    QImage const cropped(path("cropped.png"));
+    QImage const expected = QImage(path("second.png")).copy(18, 15, 45, 30);
+    ASSERT_EQ(cropped.size(), expected.size());
+    EXPECT_EQ(cropped.convertToFormat(QImage::Format_RGB888), expected.convertToFormat(QImage::Format_RGB888));
+}
+
+// A 10 x 10 red logo in a box of 20% of 90 x 60 (18 x 12) is scaled to
+// 12 x 12; upper-left with offset 0 puts it at the corner.
+TEST_F(QuillmereTool, AWatermarkShowsWhereItIsAnchored)
+{
+    QImage logo(10, 10, QImage::Format_RGB888);
+    logo.fill(QColor(255, 0, 0));
+    QString error;
+    ASSERT_TRUE(saveTestPicture(logo, path("logo.png"), 100, &error));
+    ToolRun const run = quillmere({"apply", "--preset", "Noir", "--amount", "0", "second.png", "-o", "marked.png",
+                                   "--watermark", "logo.png", "--watermark-anchor", "upper-left",
+                                   "--watermark-scale", "20", "--watermark-offset", "0"},
+                                  dir.path());
+    ASSERT_EQ(run.status, 0) << run.err.toStdString();
+    QImage const marked(path("marked.png"));
+    QImage const photo(path("second.png"));
+    EXPECT_EQ(marked.pixelColor(0, 0), QColor(255, 0, 0));
+    EXPECT_EQ(marked.pixelColor(11, 11), QColor(255, 0, 0));
+    EXPECT_EQ(marked.pixelColor(12, 5), photo.pixelColor(12, 5));
+    EXPECT_EQ(marked.pixelColor(5, 12), photo.pixelColor(5, 12));
+
+    expectRefused({"apply", "--preset", "Noir", "second.png", "-o", "x.png", "--watermark", "nologo.png"},
+                  "nologo.png", "no such file");
+}
+
+// Lower quality, smaller file: the user's --quality, else a preset's output
+// size "Quality".
+TEST_F(QuillmereTool, TheSavedQualityIsHonoured)
+{
+    QImage noisy(200, 150, QImage::Format_RGB888);
+    for (int y = 0; y < 150; ++y)
+        for (int x = 0; x < 200; ++x)
+            noisy.setPixelColor(x, y, QColor((x * 37 + y * 91) % 256, (x * x + y) % 256, (x * y) % 256));
+    QString error;
+    ASSERT_TRUE(saveTestPicture(noisy, path("noisy.png"), 100, &error));
+    QDir(dir.path()).mkpath("data/quillmere/Presets");
+    QFile preset(path("data/quillmere/Presets/Small.qmf"));
+    ASSERT_TRUE(preset.open(QIODevice::WriteOnly));
+    preset.write("<filter version=\"1\"><mod name=\"Output Size\"><var name=\"Width\" type=\"float\">0</var>"
+                 "<var name=\"Height\" type=\"float\">0</var><var name=\"Quality\" type=\"float\">20</var>"
+                 "</mod></filter>\n");
+    preset.close();
+    auto const sizeAt = [&](QStringList const& extra) {
+        QFile::remove(path("q.jpg"));
+        ToolRun const run = quillmere(QStringList{"apply", "--preset", "Small", "noisy.png", "-o", "q.jpg"} + extra,
+                                      dir.path(), path("data"));
+        EXPECT_EQ(run.status, 0) << run.err.toStdString();
+        return QFileInfo(path("q.jpg")).size();
+    };
+    qint64 const high = sizeAt({"--quality", "95"});
+    qint64 const low = sizeAt({"--quality", "30"});
+    qint64 const fromPreset = sizeAt({});
+    EXPECT_LT(low, high);
+    EXPECT_LT(fromPreset, low);
+    EXPECT_EQ(QImage(path("q.jpg")).size(), QSize(200, 150)) << "no limit set: the picture's own size";
 }

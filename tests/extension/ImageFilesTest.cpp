@@ -13,7 +13,9 @@
 
 #include "extension/EditingSession.h"
 #include "extension/ImageFiles.h"
+#include "extension/PhotoRender.h"
 #include "extension/ImageModRegistry.h"
+#include "mods/output/ImageModCrop.h"
 #include "support/RenderCheck.h"
 
 // The files here are made with libvips directly, not through the code under
@@ -288,4 +290,37 @@ TEST_F(ImageFiles, BrokenOrCancelledRendersLeaveNothing)
     EXPECT_FALSE(failure.photoAtFault);
     EXPECT_EQ(failure.reason, "cancelled; nothing was saved");
     EXPECT_EQ(files(), QStringList({"cut.jpg", "whole.jpg"}));
+}
+
+// Straightening turns clockwise about the centre and keeps the largest
+// rectangle of the picture's proportions: for 200 x 100 by 10 degrees the
+// fit is min(200 / (200 cos + 100 sin), 100 / (200 sin + 100 cos)) =
+// 0.75070, so 150 x 75 less a pixel each side. A level band through the
+// middle then falls to the right: tan 10 x 64 = 11.3 rows either way of the
+// middle at 64 columns from it.
+TEST_F(ImageFiles, StraighteningTurnsClockwiseAndLeavesNoEmptyCorner)
+{
+    std::vector<unsigned char> samples(200 * 100 * 3, 255);
+    for (int y = 48; y < 52; ++y)
+        std::fill_n(&samples[size_t(y) * 200 * 3], 200 * 3, 0);
+    ASSERT_TRUE(save(rgb(samples, 200, 100).get(), path("level.png")));
+    ImageModCrop crop;
+    crop.setFloatVar(ImageModCrop::Straighten, 10.0f);
+    ASSERT_TRUE(render(path("level.png"), path("turned.png"), &crop));
+    std::unique_ptr<Photo> turned = read(path("turned.png"));
+    FlexImage<unsigned char> const& p = turned->bytes;
+    ASSERT_EQ(p.width, 148);
+    ASSERT_EQ(p.height, 73);
+    auto const darkestRow = [&](int x) {
+        int best = 0;
+        for (int y = 1; y < p.height; ++y)
+            if (p.pixelAt(x, y)[0] < p.pixelAt(x, best)[0])
+                best = y;
+        return best;
+    };
+    EXPECT_NEAR(darkestRow(74 - 64), 36 - 11, 2);
+    EXPECT_NEAR(darkestRow(74 + 64), 36 + 11, 2);
+    for (int corner : {0, 147})
+        for (int row : {0, 72})
+            EXPECT_GT(p.pixelAt(corner, row)[0], 200) << "no empty corner at " << corner << "," << row;
 }

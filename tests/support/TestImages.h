@@ -45,6 +45,8 @@ inline void moveVariable(ImageMod* mod, int index)
         c->color = OVRGBColor(230.0f, 140.0f, 60.0f);
     } else if (ImageModVariableDataChoice* c = v->choiceData()) {
         c->selected = c->selected + 1;
+    } else if (ImageModVariableDataFile* f = v->fileData()) {
+        f->path = GrowString("moved.png");
     }
     mod->notifyVarChanged(index);
 }

@@ -106,7 +106,7 @@ protected:
 
 TEST_F(Styles, TheCatalogueIsComplete)
 {
-    EXPECT_EQ(prototypes.count, 64);
+    EXPECT_EQ(prototypes.count, 68);
     ASSERT_EQ(styles.count, 20);
     for (ImageMod* style : styles) {
         SCOPED_TRACE(style->name.c_str());

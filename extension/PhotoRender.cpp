@@ -1,0 +1,344 @@
+#include "extension/ImageLibrary.h"
+
+#include "extension/PhotoRender.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <mutex>
+#include <utility>
+
+#include "mods/ImageModCompound.h"
+#include "mods/ImageModderBands.h"
+#include "mods/output/ImageModCrop.h"
+#include "mods/output/ImageModImageOverlay.h"
+#include "mods/output/ImageModSize2.h"
+
+using namespace imageLibrary;
+
+namespace {
+
+// One render of a chain over a photo as libvips pulls it through: the image
+// the saver reads is made band by band from the decoded photo.
+struct StreamedRender
+{
+    ImageModderBands* bands;
+    VipsImage* photo;
+    std::atomic<int> rowsDone{0};
+    std::atomic<bool> cancelled{false};
+    std::atomic<bool> photoFailed{false};
+    std::mutex firstMessageLock;
+    QString firstPhotoMessage;
+};
+
+template <typename T>
+void wrapRows(VipsRegion* region, VipsRect const& area, FlexImage<T>* image)
+{
+    image->clear();
+    image->ownsPixels = false;
+    image->pixels = reinterpret_cast<T*>(VIPS_REGION_ADDR(region, area.left, area.top));
+    image->width = area.width;
+    image->height = area.height;
+    image->channels = region->im->Bands;
+}
+
+bool isContiguous(VipsRegion* region, VipsRect const& area)
+{
+    return size_t(VIPS_REGION_LSKIP(region)) == size_t(area.width) * VIPS_IMAGE_SIZEOF_PEL(region->im);
+}
+
+template <typename T>
+int renderRows(VipsRegion* out, VipsRegion* in, StreamedRender* render)
+{
+    VipsRect const& wanted = out->valid;
+    int const width = render->photo->Xsize;
+    int const height = render->photo->Ysize;
+    int const halo = render->bands->haloRadius();
+    int const top = std::max(0, wanted.top - halo);
+    VipsRect context{0, top, width, std::min(height, wanted.top + wanted.height + halo) - top};
+    if (render->cancelled)
+        return -1;
+    if (vips_region_prepare(in, &context) != 0) {
+        std::lock_guard<std::mutex> guard(render->firstMessageLock);
+        if (!render->photoFailed.exchange(true))
+            render->firstPhotoMessage = QString::fromUtf8(vips_error_buffer()).trimmed();
+        return -1;
+    }
+    FlexImage<T> window;
+    FlexImage<T> copied;
+    if (isContiguous(in, context)) {
+        wrapRows(in, context, &window);
+    } else {
+        window.reshape(width, context.height, in->im->Bands);
+        for (int y = 0; y < context.height; ++y)
+            std::memcpy(window.pixelAt(0, y), VIPS_REGION_ADDR(in, 0, context.top + y),
+                        size_t(width) * VIPS_IMAGE_SIZEOF_PEL(in->im));
+    }
+    // The band is rendered across the whole width; a narrower request (the
+    // savers ask for whole rows) takes its part of it.
+    VipsRect const rows{0, wanted.top, width, wanted.height};
+    FlexImage<T> band;
+    bool const direct = wanted.left == 0 && wanted.width == width && isContiguous(out, rows);
+    if (direct)
+        wrapRows(out, rows, &band);
+    else
+        band.reshape(width, wanted.height, window.channels);
+    render->bands->renderBand(window, context.top, wanted.top, &band);
+    if (!direct)
+        for (int y = 0; y < wanted.height; ++y)
+            std::memcpy(VIPS_REGION_ADDR(out, wanted.left, wanted.top + y), band.pixelAt(wanted.left, y),
+                        size_t(wanted.width) * VIPS_IMAGE_SIZEOF_PEL(out->im));
+    render->rowsDone.fetch_add(wanted.height, std::memory_order_relaxed);
+    return 0;
+}
+
+int generateRows(VipsRegion* out, void* sequence, void*, void* renderArgument, gboolean*)
+{
+    auto* in = static_cast<VipsRegion*>(sequence);
+    auto* render = static_cast<StreamedRender*>(renderArgument);
+    return vips_image_get_format(render->photo) == VIPS_FORMAT_FLOAT ? renderRows<float>(out, in, render)
+                                                                     : renderRows<unsigned char>(out, in, render);
+}
+
+// The rendered photo as an image the saver can pull, in bands of the
+// renderer's height (a line cache hands the saver's smaller strips out of
+// them).
+bool renderedImage(StreamedRender* render, VipsRef* result)
+{
+    VipsRef generated(vips_image_new());
+    if (vips_image_pipelinev(generated.get(), VIPS_DEMAND_STYLE_FATSTRIP, render->photo, nullptr) != 0 ||
+        vips_image_generate(generated.get(), vips_start_one, generateRows, vips_stop_one, render->photo,
+                            render) != 0)
+        return false;
+    return vips_linecache(generated.get(), result->out(), "tile_height", render->bands->bandHeight(), "access",
+                          VIPS_ACCESS_SEQUENTIAL, "threaded", TRUE, nullptr) == 0;
+}
+
+// Reports progress on the calling thread: libvips signals its evaluation
+// there while the saver's workers pull the bands.
+void reportProgress(VipsImage*, VipsProgress*, gpointer data)
+{
+    auto* context = static_cast<std::pair<StreamedRender*, RenderProgress const*>*>(data);
+    StreamedRender* render = context->first;
+    float const done = float(render->rowsDone.load(std::memory_order_relaxed)) / float(render->photo->Ysize);
+    if (!(*context->second)(std::min(done, 1.0f)))
+        render->cancelled = true;
+}
+
+// Opens the photo for streaming: upright, in sRGB, as 8-bit samples or, for
+// deeper sources, floats on the 0..255 scale. outOfOrder: the photo will be
+// turned, so it is decoded whole first.
+bool openForStreaming(QByteArray const& path, bool outOfOrder, VipsRef* image, bool* deep)
+{
+    if (!openUpright(path, image, outOfOrder))
+        return false;
+    *deep = isDeepSource(image->get());
+    if (!toSrgb(*image, *deep))
+        return false;
+    if (*deep) {
+        VipsRef scaled;
+        if (vips_linear1(image->get(), scaled.out(), 1.0 / 257.0, 0.0, nullptr) != 0)
+            return false;
+        image->replaceWith(scaled);
+    }
+    return true;
+}
+
+// --- geometry --------------------------------------------------------------
+
+// What a chain asks of the finished picture's shape: the first crop and the
+// last output size in it, looking into compounds; a disabled filter asks
+// for nothing.
+struct OutputGeometry
+{
+    ImageModCrop const* crop = nullptr;
+    ImageModSize2* size = nullptr;
+};
+
+void findGeometry(ImageMod* mod, OutputGeometry* geometry)
+{
+    if (!mod || !mod->enabled)
+        return;
+    if (auto* compound = dynamic_cast<ImageModCompound*>(mod)) {
+        for (ImageMod* sub : compound->subMods)
+            findGeometry(sub, geometry);
+    } else if (auto const* crop = dynamic_cast<ImageModCrop const*>(mod)) {
+        if (!geometry->crop)
+            geometry->crop = crop;
+    } else if (auto* size = dynamic_cast<ImageModSize2*>(mod)) {
+        geometry->size = size;
+    }
+}
+
+// The crop's straightening angle within (-180, 180] degrees; 0 for none.
+double straighteningAngle(ImageModCrop const* crop)
+{
+    double angle = std::fmod(crop->straightenDegrees(), 360.0);
+    if (angle > 180.0)
+        angle -= 360.0;
+    else if (angle <= -180.0)
+        angle += 360.0;
+    return angle;
+}
+
+// Turns the picture clockwise by degrees about its centre (bicubic), then
+// keeps the largest rectangle of its own proportions that the turned
+// picture fills, as photo editors do: no empty corner shows. A picture of
+// w x h turned by a fits a rectangle scaled by
+// min(w / (w |cos a| + h |sin a|), h / (w |sin a| + h |cos a|)).
+bool straighten(VipsRef& image, double degrees)
+{
+    double const width = image.get()->Xsize;
+    double const height = image.get()->Ysize;
+    double const radians = degrees * M_PI / 180.0;
+    double const c = std::fabs(std::cos(radians));
+    double const s = std::fabs(std::sin(radians));
+    double const fit = std::min(width / (width * c + height * s), height / (width * s + height * c));
+    VipsInterpolate* bicubic = vips_interpolate_new("bicubic");
+    VipsRef turned;
+    int const rotated = vips_rotate(image.get(), turned.out(), degrees, "interpolate", bicubic, nullptr);
+    g_object_unref(bicubic);
+    if (rotated != 0)
+        return false;
+    // A pixel less on each side: the edge pixels of the fit blend with the
+    // empty corners.
+    int const keptWidth = std::max(1, int(std::floor(width * fit)) - 2);
+    int const keptHeight = std::max(1, int(std::floor(height * fit)) - 2);
+    int const left = std::max(0, (turned.get()->Xsize - keptWidth) / 2);
+    int const top = std::max(0, (turned.get()->Ysize - keptHeight) / 2);
+    return vips_crop(turned.get(), image.out(), left, top, std::min(keptWidth, turned.get()->Xsize - left),
+                     std::min(keptHeight, turned.get()->Ysize - top), nullptr) == 0;
+}
+
+// Keeps the crop's rectangle of the picture; nothing to do without one.
+bool crop(VipsRef& image, ImageModCrop const* cropFilter)
+{
+    double left, top, right, bottom;
+    if (!cropFilter->cropRectangle(&left, &top, &right, &bottom))
+        return true;
+    int const width = image.get()->Xsize;
+    int const height = image.get()->Ysize;
+    int const x0 = std::min(width - 1, int(std::lround(left * width)));
+    int const y0 = std::min(height - 1, int(std::lround(top * height)));
+    int const x1 = std::max(x0 + 1, int(std::lround(right * width)));
+    int const y1 = std::max(y0 + 1, int(std::lround(bottom * height)));
+    VipsRef cropped;
+    if (vips_crop(image.get(), cropped.out(), x0, y0, std::min(x1, width) - x0, std::min(y1, height) - y0,
+                  nullptr) != 0)
+        return false;
+    image.replaceWith(cropped);
+    return true;
+}
+
+// Resamples to width x height with the Lanczos-3 kernel (antialiased when
+// shrinking); exact to the pixel.
+bool resize(VipsRef& image, int width, int height)
+{
+    int const fromWidth = image.get()->Xsize;
+    int const fromHeight = image.get()->Ysize;
+    if (width == fromWidth && height == fromHeight)
+        return true;
+    VipsRef resized;
+    if (vips_resize(image.get(), resized.out(), double(width) / fromWidth, "vscale", double(height) / fromHeight,
+                    "kernel", VIPS_KERNEL_LANCZOS3, nullptr) != 0)
+        return false;
+    image.replaceWith(resized);
+    if (image.get()->Xsize == width && image.get()->Ysize == height)
+        return true;
+    // Rounding may leave a pixel more or less: repeat the edge or trim it.
+    VipsRef exact;
+    if (vips_embed(image.get(), exact.out(), 0, 0, width, height, "extend", VIPS_EXTEND_COPY, nullptr) != 0)
+        return false;
+    image.replaceWith(exact);
+    return true;
+}
+
+// The quality to save with: the user's when chosen, else the output-size
+// filter's "Quality" when it has one, else the default.
+int qualityFor(PhotoWriteOptions const& options, ImageModSize2* size)
+{
+    auto const* constrain = dynamic_cast<ImageModConstrainSize const*>(size);
+    if (options.qualityChosen || !constrain)
+        return options.quality;
+    float const quality = constrain->floatVar(ImageModConstrainSize::Quality, float(options.quality));
+    return int(std::clamp(quality, 1.0f, 100.0f));
+}
+
+} // namespace
+
+bool renderPhotoFile(QString const& photoPath, ImageMod* mod, QString const& outputPath,
+                     PhotoWriteOptions const& options, double maxMegapixels, RenderFailure* failure,
+                     RenderProgress const& progress)
+{
+    ImageModImageOverlay::setOverlayLoader(loadOverlayImage);
+    failure->photoAtFault = true;
+    if (!checkPhotoSize(photoPath, maxMegapixels, &failure->reason))
+        return false;
+    failure->photoAtFault = false;
+    ImageFormat format;
+    if (!checkDestination(outputPath, &format, &failure->reason))
+        return false;
+
+    OutputGeometry geometry;
+    findGeometry(mod, &geometry);
+    double const angle = geometry.crop ? straighteningAngle(geometry.crop) : 0.0;
+    vips_error_clear();
+    CallWarnings warnings;
+    VipsRef photo;
+    bool deep = false;
+    if (!openForStreaming(fileSystemPath(photoPath), angle != 0.0, &photo, &deep) ||
+        (angle != 0.0 && !straighten(photo, angle)) || (geometry.crop && !crop(photo, geometry.crop))) {
+        failure->photoAtFault = true;
+        failure->reason = "damaged or truncated image data (" + libraryMessage(&warnings) + ")";
+        return false;
+    }
+    int const width = photo.get()->Xsize;
+    int const height = photo.get()->Ysize;
+    int const outputWidth = geometry.size ? std::max(1, geometry.size->getOutputWidth(width, height)) : width;
+    int const outputHeight = geometry.size ? std::max(1, geometry.size->getOutputHeight(width, height)) : height;
+    if (!(double(outputWidth) * double(outputHeight) / 1e6 <= maxMegapixels)) {
+        failure->reason = QString("the result would be %1 x %2 pixels, more than the limit of %3 megapixels")
+                              .arg(outputWidth)
+                              .arg(outputHeight)
+                              .arg(maxMegapixels);
+        return false;
+    }
+
+    GrowArray<ImageMod*> chain;
+    if (mod)
+        chain.add(mod);
+    ImageModderBands bands(chain, width, height);
+    StreamedRender render;
+    render.bands = &bands;
+    render.photo = photo.get();
+    VipsRef ready;
+    if (!renderedImage(&render, &ready) || !resize(ready, outputWidth, outputHeight) ||
+        !prepareForFormat(ready, format, deep)) {
+        failure->reason = "cannot encode: " + libraryMessage();
+        return false;
+    }
+    if (options.keepMetadata)
+        attachMetadata(ready.get(), metadataOf(photo.get()));
+
+    std::pair<StreamedRender*, RenderProgress const*> progressContext(&render, &progress);
+    if (progress) {
+        vips_image_set_progress(ready.get(), TRUE);
+        g_signal_connect(ready.get(), "eval", G_CALLBACK(reportProgress), &progressContext);
+    }
+    auto const whyFailed = [&](FileTarget const& target) {
+        if (render.cancelled)
+            return QString("cancelled; nothing was saved");
+        if (render.photoFailed) {
+            failure->photoAtFault = true;
+            vips_error_clear();
+            QString const message = render.firstPhotoMessage.section('\n', -1).trimmed();
+            return "damaged or truncated image data (" +
+                   (message.isEmpty() ? libraryMessage(&warnings) : message) + ")";
+        }
+        return saveFailure(target);
+    };
+    PhotoWriteOptions writing = options;
+    writing.quality = qualityFor(options, geometry.size);
+    return saveAtomically(ready.get(), format, followedLink(fileSystemPath(outputPath)), writing, &failure->reason,
+                          whyFailed);
+}
