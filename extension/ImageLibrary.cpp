@@ -351,7 +351,8 @@ QString saveFailure(FileTarget const& target)
 // know better than the saver what went wrong.
 bool saveAtomically(VipsImage* image, ImageFormat format, QByteArray const& destination,
                     PhotoWriteOptions const& options, QString* error,
-                    std::function<QString(FileTarget const&)> const& whyFailed)
+                    std::function<QString(FileTarget const&)> const& whyFailed,
+                    std::function<QString()> const& lateFailure)
 {
     TemporaryOutput output(destination);
     if (output.descriptor() < 0) {
@@ -364,6 +365,8 @@ bool saveAtomically(VipsImage* image, ImageFormat format, QByteArray const& dest
         vips_error_clear();
         return false;
     }
+    if (lateFailure && !(*error = lateFailure()).isEmpty())
+        return false;
     if (int const failure = output.commit()) {
         *error = "cannot write: " + systemMessage(failure);
         return false;

@@ -174,10 +174,13 @@ QString saveFailure(FileTarget const& target);
 
 // Saves image (in the layout prepareForFormat made) to destination
 // atomically. A failure of the save itself is left to whyFailed, which may
-// know better than the saver what went wrong.
+// know better than the saver what went wrong. Before a finished file is put
+// in place, lateFailure (when given) may still refuse it with a reason: an
+// error upstream that the saver did not see.
 bool saveAtomically(VipsImage* image, ImageFormat format, QByteArray const& destination,
                     PhotoWriteOptions const& options, QString* error,
-                    std::function<QString(FileTarget const&)> const& whyFailed = saveFailure);
+                    std::function<QString(FileTarget const&)> const& whyFailed = saveFailure,
+                    std::function<QString()> const& lateFailure = nullptr);
 
 // The checks every write makes before anything is encoded.
 bool checkDestination(QString const& path, ImageFormat* format, QString* error);

@@ -325,20 +325,26 @@ bool renderPhotoFile(QString const& photoPath, ImageMod* mod, QString const& out
         vips_image_set_progress(ready.get(), TRUE);
         g_signal_connect(ready.get(), "eval", G_CALLBACK(reportProgress), &progressContext);
     }
-    auto const whyFailed = [&](FileTarget const& target) {
+    // Why the render went wrong, or nothing. A band that could not be read
+    // is checked for after a save that looked complete too: the line cache
+    // between the bands and the saver can let a failed band go unnoticed.
+    auto const renderFailure = [&]() -> QString {
         if (render.cancelled)
-            return QString("cancelled; nothing was saved");
-        if (render.photoFailed) {
-            failure->photoAtFault = true;
-            vips_error_clear();
-            QString const message = render.firstPhotoMessage.section('\n', -1).trimmed();
-            return "damaged or truncated image data (" +
-                   (message.isEmpty() ? libraryMessage(&warnings) : message) + ")";
-        }
-        return saveFailure(target);
+            return "cancelled; nothing was saved";
+        if (!render.photoFailed)
+            return QString();
+        failure->photoAtFault = true;
+        vips_error_clear();
+        QString const message = render.firstPhotoMessage.section('\n', -1).trimmed();
+        return "damaged or truncated image data (" + (message.isEmpty() ? libraryMessage(&warnings) : message) +
+               ")";
+    };
+    auto const whyFailed = [&](FileTarget const& target) {
+        QString const why = renderFailure();
+        return why.isEmpty() ? saveFailure(target) : why;
     };
     PhotoWriteOptions writing = options;
     writing.quality = qualityFor(options, geometry.size);
     return saveAtomically(ready.get(), format, followedLink(fileSystemPath(outputPath)), writing, &failure->reason,
-                          whyFailed);
+                          whyFailed, renderFailure);
 }
