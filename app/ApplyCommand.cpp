@@ -205,7 +205,7 @@ int runApply(QStringList const& args)
     ImageModCompound* preset = findPreset(session, options.preset, options.lenient);
     if (!preset)
         return ExitFailed;
-    if (options.remixed && !setRemix(preset, options.remix)) {
+    if (options.remixed && !EditingSession::setRemix(preset, options.remix)) {
         reportError(options.preset, "has no camera style, so nothing to remix");
         return ExitFailed;
     }

@@ -144,12 +144,3 @@ ImageModCompound* findPreset(EditingSession& session, QString const& preset, boo
     }
     return entry->preset;
 }
-
-bool setRemix(ImageMod* preset, double variation)
-{
-    GrowArray<ImageModVariable*> const remix = preset->getRemixVars();
-    for (ImageModVariable* v : remix)
-        if (ImageModVariableDataFloat* f = v->floatData())
-            f->value = float(variation);
-    return remix.count > 0;
-}

@@ -50,7 +50,3 @@ int runApply(QStringList const& args);
 // when a name is given. Says what is wrong (no such preset, mistakes in it
 // unless lenient) and returns null then.
 ImageModCompound* findPreset(EditingSession& session, QString const& preset, bool lenient);
-
-// Sets the Remix (variation) of every camera style in the preset; false when
-// it holds none.
-bool setRemix(ImageMod* preset, double variation);

@@ -61,7 +61,7 @@ bool renderRemixFamily(EditingSession& session, QString const& presetName, int s
         return false;
     for (int k = 0; k < steps; ++k) {
         double const variation = k * 100.0 / steps;
-        if (!setRemix(preset, variation)) {
+        if (!EditingSession::setRemix(preset, variation)) {
             reportError(presetName, "has no camera style, so nothing to remix");
             return false;
         }

@@ -167,3 +167,22 @@ bool EditingSession::finish(QString const& outputPath, PhotoWriteOptions const& 
         *adjustment = AdjustmentData();
     return saved;
 }
+
+bool EditingSession::setRemix(ImageMod* mod, double variation)
+{
+    GrowArray<ImageModVariable*> const remix = mod->getRemixVars();
+    for (ImageModVariable* v : remix)
+        if (ImageModVariableDataFloat* f = v->floatData())
+            f->value = float(variation);
+    return remix.count > 0;
+}
+
+bool EditingSession::hasRemix(ImageMod* mod, double* variation)
+{
+    GrowArray<ImageModVariable*> const remix = mod->getRemixVars();
+    if (remix.count == 0)
+        return false;
+    if (variation)
+        *variation = remix[0]->floatData() ? double(remix[0]->floatData()->value) : 0.0;
+    return true;
+}

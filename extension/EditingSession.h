@@ -82,6 +82,12 @@ public:
     bool finish(QString const& outputPath, int quality, AdjustmentData* adjustment, QString* error,
                 RenderProgress const& progress = nullptr);
 
+    // Sets the Remix (variation) of every camera style in mod; false when it
+    // holds none.
+    static bool setRemix(ImageMod* mod, double variation);
+    // Whether mod holds a camera style, and its first style's Remix.
+    static bool hasRemix(ImageMod* mod, double* variation = nullptr);
+
     // The thumbnail source: nearest samples at float positions plus 0.01.
     static void makeThumbnailSource(FlexImage<float> const& display, FlexImage<float>* thumb, int width,
                                     int height);
