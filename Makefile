@@ -12,7 +12,7 @@ BENCH_DIR := build/bench
 
 CMAKE_CONFIGURE = cmake -S . -B $(1) -DCMAKE_BUILD_TYPE=$(2) $(3) >/dev/null
 
-.PHONY: deps build test test-asan test-tsan demo docs bench bench-peers fuzz fuzz-deps clean
+.PHONY: deps build test test-asan test-tsan demo docs screenshot bench bench-peers bench-editor fuzz fuzz-deps clean
 
 # Installs only what is missing, so a second run costs one dpkg query.
 deps:
@@ -91,6 +91,14 @@ docs: build
 	./$(BUILD_DIR)/quillmere thumbnails $(DEMO_PHOTO) --size 300x169 --columns 7 --presets "$(STYLES)" -o docs/styles.jpg
 	./$(BUILD_DIR)/quillmere thumbnails $(DEMO_PHOTO) --size 240x135 --columns 7 --remix Lolo --steps 6 -o docs/remix.jpg
 
+# The desktop editor on a virtual X screen, the sample photo open and one
+# look chosen, as the README shows it.
+SCREENSHOT_LOOK := 1983
+screenshot: build
+	@$(MAKE) --no-print-directory deps PACKAGES="xvfb xauth"
+	xvfb-run -a -s "-screen 0 1400x1000x24" ./$(BUILD_DIR)/quillmere-editor \
+	  --choose "$(SCREENSHOT_LOOK)" --screenshot docs/editor.png $(DEMO_PHOTO)
+
 bench: deps
 	$(call CMAKE_CONFIGURE,$(BENCH_DIR),Release,-DQUILLMERE_BUILD_BENCH=ON)
 	cmake --build $(BENCH_DIR) -j $(JOBS)
@@ -101,6 +109,11 @@ bench: deps
 bench-peers: build
 	@$(MAKE) --no-print-directory deps PACKAGES="libvips-tools time"
 	bench/peers.sh $(ROUNDS)
+
+# The editor's start, thumbnails and click times on the 24 MP photo.
+bench-editor: build
+	@$(MAKE) --no-print-directory deps PACKAGES="libvips-tools"
+	bench/editor-timings.sh $(ROUNDS)
 
 clean:
 	rm -rf build $(DEMO_DIR)

@@ -15,9 +15,7 @@ WORK=$(mktemp -d)
 trap 'rm -rf "$WORK"' EXIT
 
 PHOTO=$WORK/photo24.jpg
-# The sample photo scaled to 6000 x 4000, saved as a JPEG at quality 95.
-vips resize resources/samples/seeding.jpg "$WORK/scaled.v" 1.13 --vscale 1.34
-vips crop "$WORK/scaled.v" "$PHOTO[Q=95]" 0 0 6000 4000
+bench/large-photo.sh "$PHOTO"
 
 # Presets of the comparison that do not ship.
 mkdir -p "$WORK/presets"

@@ -1,5 +1,6 @@
 #include "extension/EditingSession.h"
 
+#include <algorithm>
 #include <chrono>
 #include <thread>
 
@@ -45,7 +46,7 @@ void EditingSession::loadStandardPresets()
 void EditingSession::setDisplayImage(FlexImage<float> const& display)
 {
     displayImageOriginal.copyFromImage(display, true);
-    makeThumbnailSource(displayImageOriginal, &thumbImageOriginal, thumbnailWidth, thumbnailHeight);
+    makeThumbnailSource(displayImageOriginal, &thumbImageOriginal, thumbnailScale);
 }
 
 bool EditingSession::start(QImage const& display, QString const& fullPath, QString* error)
@@ -61,20 +62,44 @@ bool EditingSession::start(QImage const& display, QString const& fullPath, QStri
 bool EditingSession::openPhoto(QString const& fullPath, int displayLongSide, QString* error)
 {
     fullImagePath = fullPath;
+    if (displayLongSide <= 0)
+        return checkPhotoSize(fullPath, maxMegapixels, error);
+    OpenedPhoto photo;
+    if (!readForDisplay(fullPath, displayLongSide, maxMegapixels, thumbnailScale, &photo, error))
+        return false;
+    startWith(&photo);
+    return true;
+}
+
+bool EditingSession::readForDisplay(QString const& fullPath, int displayLongSide, double maxMegapixels,
+                                    int thumbnailScale, OpenedPhoto* opened, QString* error)
+{
     if (!checkPhotoSize(fullPath, maxMegapixels, error))
         return false;
-    if (displayLongSide <= 0)
-        return true;
     PhotoReadOptions options;
     options.maxMegapixels = maxMegapixels;
     options.fitWithin = displayLongSide;
-    Photo display;
-    if (!readPhoto(fullPath, options, &display, error))
+    Photo photo;
+    if (!readPhoto(fullPath, options, &photo, error))
         return false;
-    FlexImage<float> shown;
-    widenInto(display.bytes, &shown);
-    setDisplayImage(shown);
+    opened->path = fullPath;
+    widenInto(photo.bytes, &opened->display);
+    makeThumbnailSource(opened->display, &opened->thumbnailSource, thumbnailScale);
     return true;
+}
+
+void EditingSession::startWith(OpenedPhoto* photo)
+{
+    fullImagePath = photo->path;
+    currentMod = nullptr;
+    displayImageOriginal.swapWith(photo->display);
+    thumbImageOriginal.swapWith(photo->thumbnailSource);
+}
+
+void EditingSession::makeThumbnailSource(FlexImage<float> const& display, FlexImage<float>* thumb, int scale)
+{
+    scale = std::clamp(scale, 1, 4);
+    makeThumbnailSource(display, thumb, thumbnailWidth * scale, thumbnailHeight * scale);
 }
 
 void EditingSession::makeThumbnailSource(FlexImage<float> const& display, FlexImage<float>* thumb, int width,
@@ -166,6 +191,16 @@ bool EditingSession::finish(QString const& outputPath, PhotoWriteOptions const& 
     if (saved && adjustment)
         *adjustment = AdjustmentData();
     return saved;
+}
+
+ImageMod* EditingSession::adjustedCopy(ImageModCompound const& preset, float amount, double const* remix)
+{
+    ImageMod* copy = preset.createCopy();
+    *copy = preset;
+    copy->setFloatVar(0, amount);
+    if (remix)
+        setRemix(copy, *remix);
+    return copy;
 }
 
 bool EditingSession::setRemix(ImageMod* mod, double variation)

@@ -44,6 +44,9 @@ public:
     // through the render band by band, never held whole.
     QString fullImagePath;
     double maxMegapixels = defaultMaxMegapixels;
+    // Thumbnails render at this multiple of their size, so that screens of
+    // several device pixels a point show them sharp.
+    int thumbnailScale = 1;
 
     EditingSession();
     ~EditingSession();
@@ -63,6 +66,18 @@ public:
     // displayLongSide, which is fast for a JPEG) and the thumbnail source
     // made from it; with displayLongSide 0 only the header is checked.
     bool openPhoto(QString const& fullPath, int displayLongSide, QString* error);
+    // openPhoto in two steps, for hosts that read off their window's
+    // thread: the photo's pictures, read and made touching no session (so
+    // safe on any thread), then handed over to the session without a copy.
+    struct OpenedPhoto
+    {
+        QString path;
+        FlexImage<float> display;
+        FlexImage<float> thumbnailSource;
+    };
+    static bool readForDisplay(QString const& fullPath, int displayLongSide, double maxMegapixels,
+                               int thumbnailScale, OpenedPhoto* photo, QString* error);
+    void startWith(OpenedPhoto* photo);
 
     // Renders preset index over the thumbnail source.
     QImage renderThumbnail(int index);
@@ -82,6 +97,12 @@ public:
     bool finish(QString const& outputPath, int quality, AdjustmentData* adjustment, QString* error,
                 RenderProgress const& progress = nullptr);
 
+    // A copy of preset as the user set it: blended by amount (0 to 1) and,
+    // when remix is given, with that Remix for its camera styles. The
+    // caller owns it; rendering it leaves the library's preset untouched,
+    // so renders on other threads may use the copies freely.
+    static ImageMod* adjustedCopy(ImageModCompound const& preset, float amount, double const* remix = nullptr);
+
     // Sets the Remix (variation) of every camera style in mod; false when it
     // holds none.
     static bool setRemix(ImageMod* mod, double variation);
@@ -91,6 +112,8 @@ public:
     // The thumbnail source: nearest samples at float positions plus 0.01.
     static void makeThumbnailSource(FlexImage<float> const& display, FlexImage<float>* thumb, int width,
                                     int height);
+    // The same at the thumbnails' size times scale (1 to 4).
+    static void makeThumbnailSource(FlexImage<float> const& display, FlexImage<float>* thumb, int scale);
 
     // Renders mod over source into destination, or in place when it is
     // null; false when progress cancelled it.
