@@ -1,6 +1,7 @@
 # The whole set-up on a fresh Debian 12 machine: `make demo` and `make test`.
 
-PACKAGES := g++ cmake make pkg-config qtbase5-dev libvips-dev fonts-dejavu-core libgtest-dev libgmock-dev libbenchmark-dev
+PACKAGES := g++ cmake make pkg-config qtbase5-dev libvips-dev fonts-dejavu-core libgtest-dev libgmock-dev libbenchmark-dev \
+            pybind11-dev python3-dev python3-numpy python3-pytest dpkg-dev file
 , := ,
 JOBS     := $(shell nproc 2>/dev/null || echo 2)
 SUDO     := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
@@ -12,7 +13,7 @@ BENCH_DIR := build/bench
 
 CMAKE_CONFIGURE = cmake -S . -B $(1) -DCMAKE_BUILD_TYPE=$(2) $(3) >/dev/null
 
-.PHONY: deps build test test-asan test-tsan demo docs screenshot bench bench-peers bench-editor fuzz fuzz-deps clean
+.PHONY: deps build package test test-asan test-tsan demo docs screenshot bench bench-peers bench-editor fuzz fuzz-deps clean
 
 # Installs only what is missing, so a second run costs one dpkg query.
 deps:
@@ -25,12 +26,21 @@ deps:
 	  DEBIAN_FRONTEND=noninteractive $(SUDO) apt-get install -y -qq --no-install-recommends $$missing >/dev/null; \
 	fi
 
+# The Python module is built for Debian's own interpreter, where the
+# package installs it and where numpy and pytest come from.
 build: deps
-	$(call CMAKE_CONFIGURE,$(BUILD_DIR),Release,)
+	$(call CMAKE_CONFIGURE,$(BUILD_DIR),Release,-DQUILLMERE_BUILD_PYTHON=ON -DPython3_EXECUTABLE=/usr/bin/python3)
 	cmake --build $(BUILD_DIR) -j $(JOBS)
+
+# build/release/quillmere_VERSION_amd64.deb
+package: build
+	cd $(BUILD_DIR) && cpack -G DEB >/dev/null
+	@ls $(BUILD_DIR)/quillmere_*_amd64.deb
 
 test: build
 	cd $(BUILD_DIR) && ctest --output-on-failure -j $(JOBS)
+	@$(MAKE) --no-print-directory package
+	tests/install/check-package.sh $$(ls -t $(BUILD_DIR)/quillmere_*_amd64.deb | head -1)
 
 test-asan: deps
 	$(call CMAKE_CONFIGURE,$(ASAN_DIR),RelWithDebInfo,-DQUILLMERE_SANITIZE=address$(,)undefined$(,)float-cast-overflow)

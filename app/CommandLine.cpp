@@ -118,25 +118,11 @@ bool isOneOf(QString const& output, QStringList const& inputs)
 
 ImageModCompound* findPreset(EditingSession& session, QString const& preset, bool lenient)
 {
-    PresetLibrary::Entry const* entry = nullptr;
-    bool const isFile = preset.endsWith(".qmf", Qt::CaseInsensitive) || isRegularFile(preset);
-    if (isFile) {
-        if (!pathExists(preset)) {
-            reportError(preset, "no such preset file");
-            return nullptr;
-        }
-        if (!session.library.loadFile(fileNameToSystem(preset).constData(), "file", session.prototypes)) {
-            reportError(preset, session.library.refused.last().reason.c_str());
-            return nullptr;
-        }
-        entry = &session.library.entries.last();
-    } else {
-        session.loadStandardPresets();
-        entry = session.library.find(preset.toUtf8().constData());
-        if (!entry) {
-            reportError(preset, "no preset of that name (see 'quillmere presets')");
-            return nullptr;
-        }
+    QString subject, reason;
+    PresetLibrary::Entry const* entry = session.findPreset(preset, &subject, &reason);
+    if (!entry) {
+        reportError(subject, reason);
+        return nullptr;
     }
     if (reportPresetNotes(*entry) > 0 && !lenient) {
         reportError(entry->path.c_str(), "not rendered: the preset has mistakes (--lenient renders it anyway)");

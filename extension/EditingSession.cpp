@@ -4,6 +4,7 @@
 #include <chrono>
 #include <thread>
 
+#include "extension/FileNames.h"
 #include "extension/ImageBridge.h"
 #include "extension/ImageModRegistry.h"
 #include "mods/ImageModderMulti.h"
@@ -41,6 +42,29 @@ void EditingSession::loadStandardPresets()
     standardPresetFolders(&folders, &origins);
     for (int i = 0; i < folders.count; ++i)
         library.loadFolder(folders[i], origins[i], prototypes);
+}
+
+PresetLibrary::Entry const* EditingSession::findPreset(QString const& preset, QString* subject, QString* reason)
+{
+    *subject = preset;
+    bool const isFile = preset.endsWith(".qmf", Qt::CaseInsensitive) || isRegularFile(preset);
+    if (isFile) {
+        if (!pathExists(preset)) {
+            *reason = "no such preset file";
+            return nullptr;
+        }
+        if (!library.loadFile(fileNameToSystem(preset).constData(), "file", prototypes)) {
+            *reason = library.refused.last().reason.c_str();
+            return nullptr;
+        }
+        return &library.entries.last();
+    }
+    if (library.entries.count == 0)
+        loadStandardPresets();
+    PresetLibrary::Entry const* entry = library.find(preset.toUtf8().constData());
+    if (!entry)
+        *reason = "no preset of that name (see 'quillmere presets')";
+    return entry;
 }
 
 void EditingSession::setDisplayImage(FlexImage<float> const& display)

@@ -55,6 +55,10 @@ public:
 
     // Loads the presets of the standard folders (shipped, then the user's).
     void loadStandardPresets();
+    // A preset by name (from the standard folders, loaded here if need be)
+    // or as a .qmf file: its library entry, or null with the file or name
+    // at fault and the reason.
+    PresetLibrary::Entry const* findPreset(QString const& nameOrFile, QString* subject, QString* reason);
     int presetCount() const { return library.entries.count; }
     ImageModCompound* preset(int index) const { return library.entries[index].preset; }
 

@@ -1,10 +1,11 @@
 #include "extension/PresetLibrary.h"
 
 #include <dirent.h>
-
+#include <dlfcn.h>
 
 #include <QByteArray>
 #include <QDir>
+#include <QFileInfo>
 #include <QLoggingCategory>
 #include <QString>
 
@@ -174,11 +175,51 @@ PresetLibrary::Entry const* PresetLibrary::find(GrowString const& name) const
     return nullptr;
 }
 
+namespace {
+
+// The file holding this code: the tool, or the shared object (the Python
+// module) it was linked into.
+QString fileOfThisCode()
+{
+    Dl_info info;
+    if (dladdr(reinterpret_cast<void*>(&standardPresetFolders), &info) && info.dli_fname &&
+        info.dli_fname[0] == '/')
+        return QString::fromLocal8Bit(info.dli_fname);
+    // The main program is named as it was started; the system knows its path.
+    return QFileInfo("/proc/self/exe").canonicalFilePath();
+}
+
+// The presets installed with this code: share/quillmere/Presets under one of
+// the folders above it (bin/ for the tools, lib/python3/dist-packages/ for
+// the module), so that an installed tree works wherever it is moved.
+QString installedPresetFolder()
+{
+    QString const file = fileOfThisCode();
+    if (file.isEmpty())
+        return QString();
+    QDir folder = QFileInfo(file).absoluteDir();
+    for (int up = 0; up < 4; ++up) {
+        if (folder.exists("share/quillmere/Presets"))
+            return folder.filePath("share/quillmere/Presets");
+        if (!folder.cdUp())
+            break;
+    }
+    return QString();
+}
+
+} // namespace
+
 void standardPresetFolders(GrowArray<GrowString>* folders, GrowArray<GrowString>* origins)
 {
+    // Installed beside the program first; then the source tree the program
+    // was built from; then the folder it was configured to install into.
+    QString const installed = installedPresetFolder();
     GrowString const source(QUILLMERE_SOURCE_RESOURCES);
     bool const fromBuild = !source.isEmpty() && QDir(QString::fromUtf8(source.c_str())).exists("Default Presets");
-    folders->add(fromBuild ? source : GrowString(QUILLMERE_DATA_DIR "/Presets"));
+    if (!installed.isEmpty())
+        folders->add(GrowString(installed.toUtf8().constData()));
+    else
+        folders->add(fromBuild ? source : GrowString(QUILLMERE_DATA_DIR "/Presets"));
     origins->add("shipped");
     QByteArray dataHome = qgetenv("XDG_DATA_HOME");
     if (dataHome.isEmpty())

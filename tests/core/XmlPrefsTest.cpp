@@ -76,7 +76,7 @@ TEST(XmlPrefs, ADamagedFileIsSetAside)
 {
     QTemporaryDir dir;
     QString const path = dir.filePath("QuillmerePrefs.xml");
-    for (QByteArray const damaged : {QByteArray("<window width=\"900\">\n  <last>/pho"),
+    for (QByteArray const& damaged : {QByteArray("<window width=\"900\">\n  <last>/pho"),
                                      QByteArray("<window></window>\n\0\0\0\0", 22)}) {
         writeFile(path, damaged);
         testing::internal::CaptureStderr();
