@@ -1,7 +1,7 @@
 # The whole set-up on a fresh Debian 12 machine: `make demo` and `make test`.
 
 PACKAGES := g++ cmake make pkg-config qtbase5-dev libvips-dev fonts-dejavu-core libgtest-dev libgmock-dev libbenchmark-dev \
-            pybind11-dev python3-dev python3-numpy python3-pytest dpkg-dev file
+            pybind11-dev python3-dev python3-numpy python3-pytest python3-yaml dpkg-dev file
 , := ,
 JOBS     := $(shell nproc 2>/dev/null || echo 2)
 SUDO     := $(shell [ "$$(id -u)" = 0 ] || echo sudo)

@@ -2,9 +2,11 @@
 #include <unistd.h>
 
 #include <cmath>
+#include <cstdio>
 #include <memory>
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QHash>
 
@@ -30,7 +32,54 @@ struct ApplyOptions
     bool lenient = false;
     bool remixed = false;
     double remix = 0.0;
+    // Of the whole list, this worker takes every shardCount-th photo from
+    // shardIndex on, so that many workers split one list without talking.
+    int shardIndex = 0;
+    int shardCount = 1;
+    bool skipExisting = false;
 };
+
+// The photos listed in a file (or on standard input for "-"), one path a
+// line, taken as bytes the way the system names files. Blank lines are
+// skipped. False with the reason when the list cannot be read.
+bool readPhotoList(QString const& list, QStringList* photos, QString* error)
+{
+    QFile file;
+    bool const opened = list == "-" ? file.open(stdin, QIODevice::ReadOnly)
+                                    : (file.setFileName(list), file.open(QIODevice::ReadOnly));
+    if (!opened) {
+        *error = "cannot read the list: " + file.errorString();
+        return false;
+    }
+    while (!file.atEnd()) {
+        QByteArray line = file.readLine();
+        while (line.endsWith('\n') || line.endsWith('\r'))
+            line.chop(1);
+        if (!line.isEmpty())
+            photos->append(fileNameFromSystem(line));
+    }
+    return true;
+}
+
+// "I/N" with 0 <= I < N.
+bool readShard(QString const& text, int* index, int* count)
+{
+    QStringList const parts = text.split('/');
+    bool indexOk = false, countOk = false;
+    if (parts.size() == 2) {
+        *index = parts[0].toInt(&indexOk);
+        *count = parts[1].toInt(&countOk);
+    }
+    return indexOk && countOk && *count >= 1 && *index >= 0 && *index < *count;
+}
+
+QStringList shardOf(QStringList const& photos, int index, int count)
+{
+    QStringList mine;
+    for (int i = index; i < photos.size(); i += count)
+        mine.append(photos[i]);
+    return mine;
+}
 
 QString outputFor(ApplyOptions const& options, QString const& photo)
 {
@@ -74,6 +123,19 @@ bool reportOutputClashes(ApplyOptions const& options)
     return clash;
 }
 
+// The photos whose output is not there yet; the others are counted on
+// standard error.
+QStringList withoutOutputs(ApplyOptions const& options)
+{
+    QStringList remaining;
+    for (QString const& photo : options.photos)
+        if (!isRegularFile(outputFor(options, photo)))
+            remaining.append(photo);
+    if (int const skipped = options.photos.size() - remaining.size())
+        std::fprintf(stderr, "quillmere: skipped %d photo%s whose output exists\n", skipped, skipped == 1 ? "" : "s");
+    return remaining;
+}
+
 // Reads the command's options; returns ExitOk to go on, else the status.
 int readOptions(QCommandLineParser const& parser, ApplyOptions* options)
 {
@@ -81,6 +143,16 @@ int readOptions(QCommandLineParser const& parser, ApplyOptions* options)
     options->output = parser.value("output");
     options->outputFolder = parser.value("out-dir");
     options->photos = parser.positionalArguments();
+    if (parser.isSet("files-from")) {
+        QString error;
+        if (!readPhotoList(parser.value("files-from"), &options->photos, &error)) {
+            reportError(parser.value("files-from"), error);
+            return ExitFailed;
+        }
+    }
+    if (parser.isSet("shard") && !readShard(parser.value("shard"), &options->shardIndex, &options->shardCount))
+        return usageError("apply", "--shard needs I/N, a worker's number I from 0 to N - 1 of N workers");
+    options->skipExisting = parser.isSet("skip-existing");
     options->lenient = parser.isSet("lenient");
     if (parser.isSet("remix")) {
         bool finite = false;
@@ -91,8 +163,8 @@ int readOptions(QCommandLineParser const& parser, ApplyOptions* options)
     }
     if (options->preset.isEmpty())
         return usageError("apply", "needs --preset NAME or --preset FILE.qmf");
-    if (options->photos.isEmpty())
-        return usageError("apply", "needs at least one PHOTO");
+    if (options->photos.isEmpty() && !parser.isSet("files-from"))
+        return usageError("apply", "needs at least one PHOTO (or --files-from LIST)");
     if (options->output.isEmpty() == options->outputFolder.isEmpty())
         return usageError("apply", "needs either -o OUT.jpg or --out-dir DIR");
     if (!options->output.isEmpty() && options->photos.size() > 1)
@@ -185,6 +257,13 @@ int runApply(QStringList const& args)
     addOutputOptions(parser);
     parser.addOption({"lenient", "Render even when the preset has mistakes (steps naming no filter are skipped, "
                                  "values the filters cannot use are ignored)."});
+    parser.addOption({"files-from", "Also render the photos listed in LIST, one path a line (- reads standard input).",
+                      "LIST"});
+    parser.addOption({"shard", "Render only every N-th photo of the whole list, from the I-th on (counting from 0), "
+                               "so that N workers share one list.",
+                      "I/N"});
+    parser.addOption({"skip-existing", "Leave photos whose output already exists (outputs are only ever written "
+                                       "whole, so an existing one is complete)."});
     parser.addPositionalArgument("PHOTO...", "The photos to render.");
     int status = ExitOk;
     if (!parseCommand(parser, "apply",
@@ -200,8 +279,13 @@ int runApply(QStringList const& args)
         return ExitUsage;
     if (!options.outputFolder.isEmpty() && !checkOutputFolder(options.outputFolder))
         return ExitFailed;
+    // Clashes are looked for over the whole list, so that every worker of a
+    // shared list refuses alike; then this worker keeps its share.
     if (reportOutputClashes(options))
         return ExitUsage;
+    options.photos = shardOf(options.photos, options.shardIndex, options.shardCount);
+    if (options.skipExisting)
+        options.photos = withoutOutputs(options);
     ImageModCompound* preset = findPreset(session, options.preset, options.lenient);
     if (!preset)
         return ExitFailed;

@@ -1,9 +1,10 @@
 #include "mods/basic/ImageModNoise.h"
 
 #include <algorithm>
-
 #include <cmath>
+#include <vector>
 
+#include "imaging/FastPow.h"
 #include "imaging/Luminance.h"
 #include "mods/common/SampleLoop.h"
 #include "mods/common/ValueNoise.h"
@@ -37,32 +38,106 @@ GrainPlacement placementFor(FlexImage<T> const& image, ImageModChunkInfo const* 
                           info ? info->chunkY : 0};
 }
 
-// Luminance grain: shadows get more, and every sample (a fourth too) moves
-// along a power curve so black and white stay put.
+// Luminance grain along a row: shadows get more, and every sample (a
+// fourth too) moves along a power curve so black and white stay put. Two
+// passes: each pixel's exponent, spread over its samples, and then the
+// power of every sample in one plain loop, which vectorises.
 template <typename T>
-void addLuminanceGrain(T* p, int channels, float grain, float strength)
+void addLuminanceGrain(T* row, int width, int channels, float const* grain, float strength, float* exponents)
 {
-    // Samples beyond 0..255 (an earlier filter may leave them) are taken at
-    // the nearest end, so that the power stays finite.
-    float const L = std::clamp(float(pixelLuminance(p, channels)), 0.0f, 255.0f);
-    float const shade = (255.0f - L) / 255.0f;
-    float const d = grain * strength * (0.3f + 0.7f * shade * shade);
-    float const exponent = d >= 0.0f ? 1.0f - d : 1.0f / (1.0f + d);
-    for (int c = 0; c < channels; ++c)
-        p[c] = FlexImage<T>::storeSample(255.0f * std::pow(std::clamp(float(p[c]) / 255.0f, 0.0f, 1.0f), exponent));
+    T const* p = row;
+    for (int col = 0; col < width; ++col, p += channels) {
+        // Samples beyond 0..255 (an earlier filter may leave them) are
+        // taken at the nearest end, so that the power stays finite.
+        float const L = std::clamp(float(pixelLuminance(p, channels)), 0.0f, 255.0f);
+        float const shade = (255.0f - L) / 255.0f;
+        float const d = grain[col] * strength * (0.3f + 0.7f * shade * shade);
+        float const exponent = d >= 0.0f ? 1.0f - d : 1.0f / (1.0f + d);
+        for (int c = 0; c < channels; ++c)
+            exponents[col * channels + c] = exponent;
+    }
+    int const samples = width * channels;
+    for (int i = 0; i < samples; ++i) {
+        float const v = std::clamp(float(row[i]) / 255.0f, 0.0f, 1.0f);
+        row[i] = FlexImage<T>::storeSample(255.0f * samplePow<T>(v, exponents[i]));
+    }
 }
 
 // The per-channel frequency multipliers of the additive grain.
 constexpr double channelFrequency[3] = {1.137, 1.292769, 1.4698782};
 
-// Additive grain, strongest in the mid-tones as on film.
-template <typename T>
-void addAdditiveGrain(T* p, int channels, int mode, double x, double y, float amplitude)
+// The grain fields of one tile, a row at a time. A field's value at a pixel
+// depends on its column and its row separately until the lattice is read,
+// so the columns' lattice steps are worked out once per tile and the row's
+// once per row; what is left per pixel is four lattice hashes an octave,
+// in plain loops over the row.
+class GrainFields
 {
-    float fields[3];
-    int const fieldCount = mode == 2 ? 1 : 3;
-    for (int f = 0; f < fieldCount; ++f)
-        fields[f] = valueNoise::grainAt(x * channelFrequency[f], y * channelFrequency[f]);
+public:
+    // fieldCount fields, field f at channelFrequency[f] (or the plain
+    // position when frequencies is false).
+    GrainFields(GrainPlacement const& at, int width, int fieldCount, bool frequencies)
+        : at(at)
+        , width(width)
+        , fieldCount(fieldCount)
+        , frequencies(frequencies)
+        , cells(size_t(fieldCount) * 2 * size_t(width))
+        , weights(cells.size())
+        , values(size_t(fieldCount) * size_t(width))
+    {
+        for (int f = 0; f < fieldCount; ++f)
+            for (int col = 0; col < width; ++col) {
+                double const x = at.x(col) * frequency(f);
+                store(f, 0, col, valueNoise::latticeStep(x));
+                store(f, 1, col, valueNoise::latticeStep(valueNoise::fineOctave * x));
+            }
+    }
+
+    // Works out every field along the row; field(f) then holds them.
+    void moveToRow(int row)
+    {
+        double const yBase = at.y(row);
+        for (int f = 0; f < fieldCount; ++f) {
+            double const y = yBase * frequency(f);
+            valueNoise::LatticeStep const coarse = valueNoise::latticeStep(y);
+            valueNoise::LatticeStep const fine = valueNoise::latticeStep(valueNoise::fineOctave * y);
+            int32_t const* coarseCells = &cells[index(f, 0, 0)];
+            float const* coarseWeights = &weights[index(f, 0, 0)];
+            int32_t const* fineCells = &cells[index(f, 1, 0)];
+            float const* fineWeights = &weights[index(f, 1, 0)];
+            float* out = &values[size_t(f) * size_t(width)];
+            for (int col = 0; col < width; ++col)
+                out[col] = valueNoise::grainFrom(
+                    valueNoise::octaveAt(coarseCells[col], coarseWeights[col], coarse.cell, coarse.weight),
+                    valueNoise::octaveAt(fineCells[col], fineWeights[col], fine.cell, fine.weight));
+        }
+    }
+
+    float const* field(int f) const { return &values[size_t(f) * size_t(width)]; }
+
+private:
+    GrainPlacement at;
+    int width;
+    int fieldCount;
+    bool frequencies;
+    std::vector<int32_t> cells;
+    std::vector<float> weights;
+    std::vector<float> values;
+
+    double frequency(int f) const { return frequencies ? channelFrequency[f] : 1.0; }
+    size_t index(int f, int octave, int col) const { return (size_t(f) * 2 + size_t(octave)) * size_t(width) + size_t(col); }
+    void store(int f, int octave, int col, valueNoise::LatticeStep step)
+    {
+        cells[index(f, octave, col)] = step.cell;
+        weights[index(f, octave, col)] = step.weight;
+    }
+};
+
+// Additive grain, strongest in the mid-tones as on film; fields holds the
+// pixel's one (mode 2) or three grain fields.
+template <typename T>
+void addAdditiveGrain(T* p, int channels, int mode, float const* fields, float amplitude)
+{
     float grain[3];
     if (mode == 2) {
         grain[0] = grain[1] = grain[2] = fields[0];
@@ -118,15 +193,21 @@ void ImageModNoise::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
     float const scale = floatVarInRange(1); // a missing Scale reads 0: fineness 0.4
     GrainPlacement const at = placementFor(*image, info, scale, floatVar(2));
     int const channels = image->channels;
+    int const fieldCount = additive && mode != 2 ? 3 : 1;
+    GrainFields fields(at, image->width, fieldCount, additive);
+    std::vector<float> exponents(additive ? 0 : size_t(image->width) * size_t(channels));
     for (int row = 0; row < image->height; ++row) {
-        double const y = at.y(row);
+        fields.moveToRow(row);
         T* p = image->pixelAt(0, row);
+        if (!additive) {
+            addLuminanceGrain(p, image->width, channels, fields.field(0), strength, exponents.data());
+            continue;
+        }
         for (int col = 0; col < image->width; ++col, p += channels) {
-            double const x = at.x(col);
-            if (additive)
-                addAdditiveGrain(p, channels, mode, x, y, amplitude);
-            else
-                addLuminanceGrain(p, channels, valueNoise::grainAt(x, y), strength);
+            float pixelFields[3];
+            for (int f = 0; f < fieldCount; ++f)
+                pixelFields[f] = fields.field(f)[col];
+            addAdditiveGrain(p, channels, mode, pixelFields, amplitude);
         }
     }
 }

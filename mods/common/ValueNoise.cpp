@@ -27,15 +27,6 @@ float cosineWeight(float t)
     return (1.0f - cosineTable[index]) * 0.5f;
 }
 
-float latticeValue(int32_t i, int32_t j)
-{
-    // Wrapping 32-bit arithmetic, done unsigned to keep it defined.
-    uint32_t h = uint32_t(i) + uint32_t(j) * 2939u;
-    h = (h << 13) ^ h;
-    uint32_t const mixed = (h * (h * h * 60493u + 19990303u) + 1376312589u) & 0x7fffffffu;
-    return 1.0f - float(double(mixed) * 9.313225746154785e-10);
-}
-
 // The lattice repeats every 2^32 cells (its hash wraps at 32 bits), so a
 // coordinate can be folded into one period first: any finite coordinate,
 // however large, then has a lattice cell that fits the integer types.
@@ -47,25 +38,23 @@ double withinOnePeriod(double v)
     return v - period * std::floor(v / period);
 }
 
+LatticeStep latticeStep(double v)
+{
+    v = withinOnePeriod(v);
+    double const floor = std::floor(v);
+    return LatticeStep{int32_t(int64_t(floor)), cosineWeight(float(v - floor))};
+}
+
 float octave(double x, double y)
 {
-    x = withinOnePeriod(x);
-    y = withinOnePeriod(y);
-    double const fx = std::floor(x);
-    double const fy = std::floor(y);
-    int32_t const ix = int32_t(int64_t(fx));
-    int32_t const iy = int32_t(int64_t(fy));
-    float const wx = cosineWeight(float(x - fx));
-    float const wy = cosineWeight(float(y - fy));
-    float const top = latticeValue(ix, iy) * (1.0f - wx) + latticeValue(ix + 1, iy) * wx;
-    float const bottom = latticeValue(ix, iy + 1) * (1.0f - wx) + latticeValue(ix + 1, iy + 1) * wx;
-    return top * (1.0f - wy) + bottom * wy;
+    LatticeStep const sx = latticeStep(x);
+    LatticeStep const sy = latticeStep(y);
+    return octaveAt(sx.cell, sx.weight, sy.cell, sy.weight);
 }
 
 float grainAt(double x, double y)
 {
-    float const n = octave(x, y) + 0.6f * octave(1.33 * x, 1.33 * y);
-    return n < -1.0f ? -1.0f : (n > 1.0f ? 1.0f : n);
+    return grainFrom(octave(x, y), octave(fineOctave * x, fineOctave * y));
 }
 
 } // namespace valueNoise

@@ -440,3 +440,83 @@ TEST_F(QuillmereTool, TheSavedQualityIsHonoured)
     EXPECT_LT(fromPreset, low);
     EXPECT_EQ(QImage(path("q.jpg")).size(), QSize(200, 150)) << "no limit set: the picture's own size";
 }
+
+TEST_F(QuillmereTool, ShardsOfAListTakeEveryPhotoExactlyOnce)
+{
+    QStringList listed;
+    for (int i = 0; i < 7; ++i) {
+        QString const name = QString("p%1.jpg").arg(i);
+        ASSERT_TRUE(QFile::copy(path("photo.jpg"), path(name)));
+        listed << name;
+    }
+    QFile list(path("list.txt"));
+    ASSERT_TRUE(list.open(QIODevice::WriteOnly));
+    list.write((listed.join("\n") + "\n\n").toUtf8());
+    list.close();
+    QDir(dir.path()).mkdir("out");
+
+    QStringList written;
+    for (int shard = 0; shard < 3; ++shard) {
+        ToolRun const run = quillmere({"apply", "--preset", "Noir", "--files-from", "list.txt", "--shard",
+                                       QString("%1/3").arg(shard), "--out-dir", "out"},
+                                      dir.path());
+        ASSERT_EQ(run.status, 0) << run.err.toStdString();
+        QStringList const mine = run.out.split('\n', Qt::SkipEmptyParts);
+        EXPECT_EQ(mine.size(), shard == 0 ? 3 : 2);
+        written << mine;
+    }
+    written.sort();
+    QStringList expected;
+    for (int i = 0; i < 7; ++i)
+        expected << QString("out/p%1.jpg").arg(i);
+    EXPECT_EQ(written, expected);
+    EXPECT_EQ(QDir(path("out")).entryList(QDir::Files).size(), 7);
+
+    for (QString const bad : {"3/3", "-1/2", "1", "a/b", "0/0"})
+        EXPECT_EQ(quillmere({"apply", "--preset", "Noir", "--files-from", "list.txt", "--shard", bad, "--out-dir",
+                             "out"},
+                            dir.path())
+                      .status,
+                  2)
+            << bad.toStdString();
+    expectRefused({"apply", "--preset", "Noir", "--files-from", "missing.txt", "--out-dir", "out"}, "missing.txt",
+                  "cannot read the list");
+}
+
+TEST_F(QuillmereTool, SkipExistingFinishesAnInterruptedBatchWithoutRewriting)
+{
+    QStringList photos;
+    for (int i = 0; i < 5; ++i) {
+        QString const name = QString("p%1.jpg").arg(i);
+        ASSERT_TRUE(QFile::copy(path("photo.jpg"), path(name)));
+        photos << name;
+    }
+    QDir(dir.path()).mkdir("out");
+    // The interrupted run: two results written whole before it died.
+    ToolRun const first = quillmere({"apply", "--preset", "Noir", "p0.jpg", "p3.jpg", "--out-dir", "out"}, dir.path());
+    ASSERT_EQ(first.status, 0) << first.err.toStdString();
+    struct stat before[2];
+    ASSERT_EQ(::stat(QFile::encodeName(path("out/p0.jpg")).constData(), &before[0]), 0);
+    ASSERT_EQ(::stat(QFile::encodeName(path("out/p3.jpg")).constData(), &before[1]), 0);
+
+    QProcess process;
+    process.setWorkingDirectory(dir.path());
+    process.start(QUILLMERE_TOOL_PATH,
+                  {"apply", "--preset", "Noir", "--files-from", "-", "--skip-existing", "--out-dir", "out"});
+    process.write((photos.join("\n") + "\n").toUtf8());
+    process.closeWriteChannel();
+    ASSERT_TRUE(process.waitForFinished(120000));
+    EXPECT_EQ(process.exitCode(), 0);
+    QString const out = QString::fromUtf8(process.readAllStandardOutput());
+    EXPECT_EQ(out.split('\n', Qt::SkipEmptyParts), (QStringList{"out/p1.jpg", "out/p2.jpg", "out/p4.jpg"}));
+    EXPECT_TRUE(QString::fromUtf8(process.readAllStandardError()).contains("skipped 2 photos whose output exists"));
+
+    struct stat after[2];
+    ASSERT_EQ(::stat(QFile::encodeName(path("out/p0.jpg")).constData(), &after[0]), 0);
+    ASSERT_EQ(::stat(QFile::encodeName(path("out/p3.jpg")).constData(), &after[1]), 0);
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(after[i].st_ino, before[i].st_ino);
+        EXPECT_EQ(after[i].st_mtim.tv_nsec, before[i].st_mtim.tv_nsec);
+    }
+    EXPECT_EQ(QDir(path("out")).entryList(QDir::Files).size(), 5);
+}
