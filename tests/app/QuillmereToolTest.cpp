@@ -55,6 +55,18 @@ protected:
     }
 
     QString path(QString const& name) const { return dir.filePath(name); }
+
+    // p0.jpg, p1.jpg ...: copies of photo.jpg for a batch.
+    QStringList copiesOfThePhoto(int count) const
+    {
+        QStringList names;
+        for (int i = 0; i < count; ++i) {
+            QString const name = QString("p%1.jpg").arg(i);
+            if (QFile::copy(path("photo.jpg"), path(name)))
+                names << name;
+        }
+        return names;
+    }
     QStringList files() const { return QDir(dir.path()).entryList(QDir::Files | QDir::Hidden, QDir::Name); }
 
     // A failed run: the status, one line on stderr naming subject and
@@ -443,12 +455,8 @@ TEST_F(QuillmereTool, TheSavedQualityIsHonoured)
 
 TEST_F(QuillmereTool, ShardsOfAListTakeEveryPhotoExactlyOnce)
 {
-    QStringList listed;
-    for (int i = 0; i < 7; ++i) {
-        QString const name = QString("p%1.jpg").arg(i);
-        ASSERT_TRUE(QFile::copy(path("photo.jpg"), path(name)));
-        listed << name;
-    }
+    QStringList const listed = copiesOfThePhoto(7);
+    ASSERT_EQ(listed.size(), 7);
     QFile list(path("list.txt"));
     ASSERT_TRUE(list.open(QIODevice::WriteOnly));
     list.write((listed.join("\n") + "\n\n").toUtf8());
@@ -485,12 +493,8 @@ TEST_F(QuillmereTool, ShardsOfAListTakeEveryPhotoExactlyOnce)
 
 TEST_F(QuillmereTool, SkipExistingFinishesAnInterruptedBatchWithoutRewriting)
 {
-    QStringList photos;
-    for (int i = 0; i < 5; ++i) {
-        QString const name = QString("p%1.jpg").arg(i);
-        ASSERT_TRUE(QFile::copy(path("photo.jpg"), path(name)));
-        photos << name;
-    }
+    QStringList const photos = copiesOfThePhoto(5);
+    ASSERT_EQ(photos.size(), 5);
     QDir(dir.path()).mkdir("out");
     // The interrupted run: two results written whole before it died.
     ToolRun const first = quillmere({"apply", "--preset", "Noir", "p0.jpg", "p3.jpg", "--out-dir", "out"}, dir.path());
