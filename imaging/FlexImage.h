@@ -243,18 +243,30 @@ public:
     static void luminanceContrast(T* pixel, int32_t channelCount, float contrast, float pivot)
     {
         float const L = float(pixelLuminance(pixel, channelCount));
-        float const e = contrast >= 1.0f ? 1.0f / (2.0f - contrast) : contrast;
+        float const target = contrastTarget(L, contrastExponent(contrast), pivot,
+                                            [](float x, float y) { return std::pow(x, y); });
+        moveLuminance(pixel, channelCount, L, target);
+    }
+
+    // The exponent of luminanceContrast's curve for a contrast.
+    static float contrastExponent(float contrast) { return contrast >= 1.0f ? 1.0f / (2.0f - contrast) : contrast; }
+
+    // Where luminanceContrast moves a luminance L: along the power curve of
+    // exponent e about pivot, with the power the caller gives. Both sides of
+    // the pivot are worked out and one is selected, so that a loop of these
+    // vectorises.
+    template <typename Pow>
+    static float contrastTarget(float L, float e, float pivot, Pow pow)
+    {
         // A luminance beyond 0..255 takes its target from the nearest end
         // (a power of a negative base is not a number).
         float const inRange = std::clamp(L, 0.0f, 255.0f);
-        float target;
-        if (inRange <= pivot)
-            target = pivot > 0.0f ? pivot * std::pow(inRange / pivot, e) : 0.0f; // a pivot of 0: 0 stays 0
-        else
-            target = pivot < 255.0f
-                         ? 255.0f - std::pow((255.0f - inRange) / (255.0f - pivot), e) * (255.0f - pivot)
-                         : 255.0f;
-        moveLuminance(pixel, channelCount, L, target);
+        bool const below = inRange <= pivot;
+        float const base = below ? inRange / pivot : (255.0f - inRange) / (255.0f - pivot);
+        float const curved = pow(base, e);
+        float const lower = pivot > 0.0f ? pivot * curved : 0.0f; // a pivot of 0: 0 stays 0
+        float const upper = pivot < 255.0f ? 255.0f - curved * (255.0f - pivot) : 255.0f;
+        return below ? lower : upper;
     }
 
     void luminanceContrast(T* pixel, float contrast, float pivot) const

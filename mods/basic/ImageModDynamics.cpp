@@ -1,7 +1,10 @@
 #include "mods/basic/ImageModDynamics.h"
 
+#include <algorithm>
 #include <cmath>
+#include <vector>
 
+#include "imaging/FastPow.h"
 #include "imaging/Luminance.h"
 
 ImageModDynamics::ImageModDynamics(float amount, float radius, int method)
@@ -52,6 +55,37 @@ float ImageModDynamics::overlay(float c, float surroundings, float a)
     return std::floor(2.0f * c * (127.5f - m) / 255.0f);
 }
 
+namespace {
+
+// Luminance contrast of 1 + a about each pixel's surroundings (its blurred
+// luminance), a row at a time: the luminances and pivots, then the curve's
+// targets in one plain loop (vectorised, through samplePow), then the moves.
+template <typename T>
+void contrastAgainstSurroundings(FlexImage<T>* image, FlexImage<T> const& blurred, int colours, float a)
+{
+    int const width = image->width;
+    int const channels = image->channels;
+    float const e = FlexImage<T>::contrastExponent(1.0f + a);
+    std::vector<float> luminance(size_t(std::max(width, 0)));
+    std::vector<float> pivots(luminance.size());
+    std::vector<float> targets(luminance.size());
+    for (int row = 0; row < image->height; ++row) {
+        T* p = image->pixelAt(0, row);
+        T const* around = blurred.pixelAt(0, row);
+        for (int col = 0; col < width; ++col) {
+            luminance[col] = float(pixelLuminance(p + col * channels, colours));
+            pivots[col] = float(pixelLuminance(around + col * channels, channels));
+        }
+        for (int col = 0; col < width; ++col)
+            targets[col] = FlexImage<T>::contrastTarget(luminance[col], e, pivots[col],
+                                                        [](float x, float y) { return samplePow<T>(x, y); });
+        for (int col = 0; col < width; ++col)
+            FlexImage<T>::moveLuminance(p + col * channels, colours, luminance[col], targets[col]);
+    }
+}
+
+} // namespace
+
 template <typename T>
 void ImageModDynamics::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
 {
@@ -64,14 +98,14 @@ void ImageModDynamics::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
     bool const luminanceMethod = choiceVar(2, Overlay) == Luminance;
     int const channels = image->channels;
     int const colours = channels < 3 ? channels : 3;
+    if (luminanceMethod) {
+        contrastAgainstSurroundings(image, blurred, colours, a);
+        return;
+    }
     size_t const pixelCount = size_t(image->width) * image->height;
     for (size_t i = 0; i < pixelCount; ++i) {
         T* p = image->pixels + i * channels;
         float const surroundings = float(pixelLuminance(blurred.pixels + i * channels, channels));
-        if (luminanceMethod) {
-            FlexImage<T>::luminanceContrast(p, colours, 1.0f + a, surroundings);
-            continue;
-        }
         for (int c = 0; c < colours; ++c)
             p[c] = FlexImage<T>::storeSample(overlay(float(p[c]), surroundings, a));
     }

@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "imaging/FastPow.h"
 #include "mods/common/SampleLoop.h"
 
 ImageModLuminanceContrast::ImageModLuminanceContrast(float amount, float center)
@@ -19,10 +20,8 @@ void ImageModLuminanceContrast::templateMod(FlexImage<T>* image, ImageModChunkIn
         return;
     float const centre = floatVarInRange(1);
     float const k = exponentFor(a);
-    forEachPixel(image, [=](T* p, int channels) {
-        float const L = float(pixelLuminance(p, channels));
-        float const target = curveAt(L, centre, k, [](float x, float y) { return std::pow(x, y); });
-        FlexImage<T>::moveLuminance(p, channels, L, target);
+    moveLuminanceByRows(image, [=](float L) {
+        return curveAt(L, centre, k, [](float x, float y) { return samplePow<T>(x, y); });
     });
 }
 

@@ -1,8 +1,11 @@
 #pragma once
 
+#include <algorithm>
 #include <type_traits>
+#include <vector>
 
 #include "imaging/FlexImage.h"
+#include "imaging/Luminance.h"
 
 // Applies a per-sample rule to every sample of the image. 8-bit images have
 // only 256 possible inputs, so the rule is evaluated once per input value into
@@ -51,6 +54,27 @@ void forEachPixel(FlexImage<T>* image, Rule rule)
     T* p = image->pixels;
     for (size_t i = 0; i < pixelCount; ++i, p += channels)
         rule(p, channels);
+}
+
+// Moves every pixel's luminance L to target(L), a row at a time: the row's
+// luminances first, then their targets in one plain loop (which vectorises
+// when target does, as a power curve does), then the moves.
+template <typename T, typename Target>
+void moveLuminanceByRows(FlexImage<T>* image, Target target)
+{
+    int const width = image->width;
+    int const channels = image->channels;
+    std::vector<float> luminance(size_t(std::max(width, 0)));
+    std::vector<float> targets(luminance.size());
+    for (int row = 0; row < image->height; ++row) {
+        T* p = image->pixelAt(0, row);
+        for (int col = 0; col < width; ++col)
+            luminance[col] = float(pixelLuminance(p + col * channels, channels));
+        for (int col = 0; col < width; ++col)
+            targets[col] = target(luminance[col]);
+        for (int col = 0; col < width; ++col)
+            FlexImage<T>::moveLuminance(p + col * channels, channels, luminance[col], targets[col]);
+    }
 }
 
 // Clamps to the sample range.
