@@ -138,13 +138,7 @@ TEST_F(QuillmereTool, ContactSheetAndFullSizeResults)
 TEST_F(QuillmereTool, BadInputIsReportedAndLeavesNothingBehind)
 {
     QFile::copy(path("photo.jpg"), path("whole.jpg"));
-    QFile whole(path("whole.jpg"));
-    ASSERT_TRUE(whole.open(QIODevice::ReadOnly));
-    QByteArray const bytes = whole.readAll();
-    QFile truncated(path("truncated.jpg"));
-    ASSERT_TRUE(truncated.open(QIODevice::WriteOnly));
-    truncated.write(bytes.left(bytes.size() / 2));
-    truncated.close();
+    ASSERT_TRUE(writeFirstHalf(path("whole.jpg"), path("truncated.jpg")));
     QFile text(path("notes.jpg"));
     ASSERT_TRUE(text.open(QIODevice::WriteOnly));
     text.write("just some words\n");

@@ -16,6 +16,7 @@
 #include "extension/PhotoRender.h"
 #include "extension/ImageModRegistry.h"
 #include "mods/output/ImageModCrop.h"
+#include "support/PhotoFiles.h"
 #include "support/RenderCheck.h"
 
 // The files here are made with libvips directly, not through the code under
@@ -268,13 +269,7 @@ TEST_F(ImageFiles, BrokenOrCancelledRendersLeaveNothing)
     auto source = patternImage<unsigned char>(800, 800, 3, 4);
     std::vector<unsigned char> samples(source->pixels, source->pixels + source->sampleCount());
     ASSERT_TRUE(save(rgb(samples, 800, 800).get(), path("whole.jpg")));
-    QFile whole(path("whole.jpg"));
-    ASSERT_TRUE(whole.open(QIODevice::ReadOnly));
-    QByteArray const bytes = whole.readAll();
-    QFile cut(path("cut.jpg"));
-    ASSERT_TRUE(cut.open(QIODevice::WriteOnly));
-    cut.write(bytes.left(bytes.size() / 2));
-    cut.close();
+    ASSERT_TRUE(writeFirstHalf(path("whole.jpg"), path("cut.jpg")));
 
     RenderFailure failure;
     EXPECT_FALSE(render(path("cut.jpg"), path("out.jpg"), nullptr, PhotoWriteOptions(), &failure));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QFile>
 #include <QImage>
 #include <QString>
 
@@ -36,4 +37,16 @@ inline QImage loadTestPicture(QString const& path)
             d[2] = p.channels >= 3 ? s[2] : s[0];
         }
     return picture;
+}
+
+// Writes the first half of the file at from to the file at to: a photo cut
+// short, as a failed copy leaves it. False when either cannot be used.
+inline bool writeFirstHalf(QString const& from, QString const& to)
+{
+    QFile whole(from);
+    QFile cut(to);
+    if (!whole.open(QIODevice::ReadOnly) || !cut.open(QIODevice::WriteOnly))
+        return false;
+    QByteArray const bytes = whole.readAll();
+    return cut.write(bytes.left(bytes.size() / 2)) == bytes.size() / 2;
 }
