@@ -3,8 +3,13 @@
 #include <QRegularExpression>
 #include <QTextStream>
 
+#include <future>
+#include <memory>
+#include <vector>
+
 #include "app/CommandLine.h"
 #include "app/ContactSheet.h"
+#include "core/ParallelDispatch.h"
 #include "extension/EditingSession.h"
 #include "extension/ImageBridge.h"
 #include "extension/ImageFiles.h"
@@ -25,16 +30,27 @@ bool parseSize(QString const& text, int* width, int* height)
     return *width > 0 && *height > 0 && *width <= largestThumbnailSide && *height <= largestThumbnailSide;
 }
 
-// Every preset over the thumbnail source, after the original, or only the
-// presets named (in the order named).
-bool renderPresets(EditingSession& session, QStringList const& only, QVector<QImage>* thumbnails,
-                   QStringList* names)
+// The looks of the sheet, rendered side by side: each look renders alone
+// (a thumbnail is one tile), so the presets are what the cores share.
+QVector<QImage> renderLooks(QVector<ImageMod*> const& looks, FlexImage<float>* source)
 {
-    session.loadStandardPresets();
+    QVector<QImage> thumbnails(looks.size());
+    dispatchApply(size_t(looks.size()), DispatchPriority::Default, [&](size_t i) {
+        FlexImage<float> filtered;
+        EditingSession::render<float>(looks[int(i)], source, &filtered);
+        thumbnails[int(i)] = QImageFromFlexImage(&filtered);
+    });
+    return thumbnails;
+}
+
+// Every preset of the library, or only the presets named (in the order
+// named).
+bool choosePresets(EditingSession& session, QStringList const& only, QVector<ImageMod*>* looks, QStringList* names)
+{
     reportPresetProblems(session.library);
     if (only.isEmpty()) {
         for (int i = 0; i < session.presetCount(); ++i) {
-            *thumbnails << session.renderThumbnail(i);
+            *looks << session.preset(i);
             *names << session.preset(i)->name.c_str();
         }
         return true;
@@ -45,28 +61,28 @@ bool renderPresets(EditingSession& session, QStringList const& only, QVector<QIm
             reportError(name.trimmed(), "no preset of that name (see 'quillmere presets')");
             return false;
         }
-        EditingSession::render<float>(entry->preset, &session.thumbImageOriginal, &session.thumbImageFiltered);
-        *thumbnails << QImageFromFlexImage(&session.thumbImageFiltered);
+        *looks << entry->preset;
         *names << entry->preset->name.c_str();
     }
     return true;
 }
 
-// One preset's Remix family: steps variations spread over 0 to 100.
-bool renderRemixFamily(EditingSession& session, QString const& presetName, int steps, QVector<QImage>* thumbnails,
-                       QStringList* names)
+// One preset's Remix family: steps variations spread over 0 to 100, each a
+// copy of the preset (owned by copies) so that they render side by side.
+bool chooseRemixFamily(EditingSession& session, QString const& presetName, int steps,
+                       std::vector<std::unique_ptr<ImageMod>>* copies, QVector<ImageMod*>* looks, QStringList* names)
 {
     ImageModCompound* preset = findPreset(session, presetName, false);
     if (!preset)
         return false;
+    if (!EditingSession::hasRemix(preset)) {
+        reportError(presetName, "has no camera style, so nothing to remix");
+        return false;
+    }
     for (int k = 0; k < steps; ++k) {
         double const variation = k * 100.0 / steps;
-        if (!EditingSession::setRemix(preset, variation)) {
-            reportError(presetName, "has no camera style, so nothing to remix");
-            return false;
-        }
-        EditingSession::render<float>(preset, &session.thumbImageOriginal, &session.thumbImageFiltered);
-        *thumbnails << QImageFromFlexImage(&session.thumbImageFiltered);
+        copies->emplace_back(EditingSession::adjustedCopy(*preset, preset->floatVar(0, 1.0f), &variation));
+        *looks << copies->back().get();
         *names << QString("Remix %1").arg(variation, 0, 'g', 3);
     }
     return true;
@@ -136,20 +152,32 @@ int runThumbnails(QStringList const& args)
         return ExitFailed;
     }
     // The thumbnails are sampled from the display image, which need only be
-    // twice their size: the photo shrinks that far while it decodes.
-    if (!session.openPhoto(photos[0], 2 * std::max(width, height), &error)) {
+    // twice their size: the photo shrinks that far while it decodes. The
+    // presets load meanwhile (decoding keeps one core busy).
+    EditingSession::OpenedPhoto photo;
+    int const displaySide = 2 * std::max(width, height);
+    std::future<bool> opened = std::async(std::launch::async, [&] {
+        return EditingSession::readForDisplay(photos[0], displaySide, session.maxMegapixels,
+                                              session.thumbnailScale, &photo, &error);
+    });
+    session.loadStandardPresets();
+    if (!opened.get()) {
         reportError(photos[0], error);
         return ExitFailed;
     }
+    session.startWith(&photo);
     EditingSession::makeThumbnailSource(session.displayImageOriginal, &session.thumbImageOriginal, width, height);
-    QVector<QImage> thumbnails{QImageFromFlexImage(&session.thumbImageOriginal)};
+
+    std::vector<std::unique_ptr<ImageMod>> remixCopies;
+    QVector<ImageMod*> looks{nullptr}; // the original first
     QStringList names{"Original"};
-    bool const rendered = parser.isSet(remix)
-                              ? renderRemixFamily(session, parser.value(remix), stepCount, &thumbnails, &names)
-                              : renderPresets(session, parser.value(only).split(',', Qt::SkipEmptyParts),
-                                              &thumbnails, &names);
-    if (!rendered)
+    bool const chosen = parser.isSet(remix)
+                            ? chooseRemixFamily(session, parser.value(remix), stepCount, &remixCopies, &looks, &names)
+                            : choosePresets(session, parser.value(only).split(',', Qt::SkipEmptyParts), &looks,
+                                            &names);
+    if (!chosen)
         return ExitFailed;
+    QVector<QImage> const thumbnails = renderLooks(looks, &session.thumbImageOriginal);
     FlexImage<unsigned char> sheet;
     flexImageFromQImage(makeContactSheet(thumbnails, names, columnCount), &sheet);
     PhotoWriteOptions writing;
