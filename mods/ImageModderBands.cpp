@@ -11,6 +11,12 @@ namespace {
 // The chain renderer's nominal tile edge.
 constexpr int minimumTileEdge = 256;
 
+// Bands of a chain with little or no halo are kept short: decoding, rendering
+// and encoding then overlap in small steps instead of each waiting for a
+// tall band of the one before. Sixteen rows a pixel of halo keep the rows
+// read twice under an eighth of those made.
+constexpr int bandRowsPerHaloPixel = 16;
+
 } // namespace
 
 ImageModderBands::ImageModderBands(GrowArray<ImageMod*> const& chain, int width, int height, float scale)
@@ -22,10 +28,13 @@ ImageModderBands::ImageModderBands(GrowArray<ImageMod*> const& chain, int width,
         ImageMod* copy = mod->createCopy();
         *copy = *mod;
         mods.add(copy);
-        radius = std::max(radius, copy->getExtraPixelRadiusRequired(this->width, this->height, scale));
+        // Each filter uses up its own radius of the context the filters
+        // before it left exact, so the chain needs the sum of them (the
+        // chain renderer's largest-of rule leaves seams where two filters
+        // that read neighbours follow each other).
+        long long const needed = copy->getExtraPixelRadiusRequired(this->width, this->height, scale);
+        radius = int(std::min<long long>(radius + std::max(needed, 0LL), std::max(this->width, this->height)));
     }
-    // A halo past the picture reads nothing more than one reaching its edge.
-    radius = std::clamp(radius, 0, std::max(this->width, this->height));
 }
 
 ImageModderBands::~ImageModderBands()
@@ -36,12 +45,14 @@ ImageModderBands::~ImageModderBands()
 
 int ImageModderBands::tileStep() const
 {
-    return std::max(4 * radius, minimumTileEdge);
+    return int(std::clamp(4 * static_cast<long long>(radius), static_cast<long long>(minimumTileEdge),
+                          static_cast<long long>(std::max(width, minimumTileEdge))));
 }
 
 int ImageModderBands::bandHeight() const
 {
-    return std::min(tileStep(), std::max(height, 1));
+    long long const fewRows = bandRowsPerHaloPixel * (static_cast<long long>(radius) + 1);
+    return int(std::min({fewRows, static_cast<long long>(tileStep()), static_cast<long long>(std::max(height, 1))}));
 }
 
 template <typename T>

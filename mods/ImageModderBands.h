@@ -26,8 +26,8 @@ public:
     // The rows of context a band needs above and below it.
     int haloRadius() const { return radius; }
     // The rows of a band worth rendering at once: four halos, so that the
-    // context read is at most half again the rows made, and never fewer
-    // than a tile.
+    // context read is at most half again the rows made, and at least a few
+    // rows (a band is rendered in tiles across).
     int bandHeight() const;
 
     // Renders picture rows [firstRow, firstRow + band->height) into band

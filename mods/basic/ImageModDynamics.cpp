@@ -6,6 +6,7 @@
 
 #include "imaging/FastPow.h"
 #include "imaging/Luminance.h"
+#include "mods/common/SampleLoop.h"
 
 ImageModDynamics::ImageModDynamics(float amount, float radius, int method)
     : ImageModTemplate("Dynamics", "")
@@ -57,25 +58,52 @@ float ImageModDynamics::overlay(float c, float surroundings, float a)
 
 namespace {
 
-// Luminance contrast of 1 + a about each pixel's surroundings (its blurred
-// luminance), a row at a time: the luminances and pivots, then the curve's
-// targets in one plain loop (vectorised, through samplePow), then the moves.
+// The blurred brightness around every pixel, as one plane. A blur is linear
+// and clamps its input to 0..255 first, so for float pictures blurring the
+// luminance of the clamped samples gives the luminance of the blurred
+// picture (to the blur's fixed-point steps) at a third of the cost. 8-bit
+// blurs round between their passes, so there the picture itself is blurred.
+void surroundingLuminance(FlexImage<float> const& image, ImageModBlur& blur, ImageModChunkInfo* info,
+                          FlexImage<float>* plane)
+{
+    plane->reshape(image.width, image.height, 1);
+    size_t const pixelCount = size_t(image.width) * image.height;
+    int const channels = image.channels;
+    float const* p = image.pixels;
+    for (size_t i = 0; i < pixelCount; ++i, p += channels)
+        plane->pixels[i] = channels >= 3 ? float(luminance(clamp255(p[0]), clamp255(p[1]), clamp255(p[2])))
+                                         : clamp255(p[0]);
+    blur.applyMod(plane, info);
+}
+
+void surroundingLuminance(FlexImage<unsigned char> const& image, ImageModBlur& blur, ImageModChunkInfo* info,
+                          FlexImage<float>* plane)
+{
+    FlexImage<unsigned char> blurred;
+    blurred.copyFromImage(image, true);
+    blur.applyMod(&blurred, info);
+    plane->reshape(image.width, image.height, 1);
+    size_t const pixelCount = size_t(image.width) * image.height;
+    for (size_t i = 0; i < pixelCount; ++i)
+        plane->pixels[i] = float(pixelLuminance(blurred.pixels + i * image.channels, image.channels));
+}
+
+// Luminance contrast of 1 + a about each pixel's surroundings, a row at a
+// time: the luminances, then the curve's targets in one plain loop
+// (vectorised, through samplePow), then the moves.
 template <typename T>
-void contrastAgainstSurroundings(FlexImage<T>* image, FlexImage<T> const& blurred, int colours, float a)
+void contrastAgainstSurroundings(FlexImage<T>* image, FlexImage<float> const& surroundings, int colours, float a)
 {
     int const width = image->width;
     int const channels = image->channels;
     float const e = FlexImage<T>::contrastExponent(1.0f + a);
     std::vector<float> luminance(size_t(std::max(width, 0)));
-    std::vector<float> pivots(luminance.size());
     std::vector<float> targets(luminance.size());
     for (int row = 0; row < image->height; ++row) {
         T* p = image->pixelAt(0, row);
-        T const* around = blurred.pixelAt(0, row);
-        for (int col = 0; col < width; ++col) {
+        float const* pivots = surroundings.pixelAt(0, row);
+        for (int col = 0; col < width; ++col)
             luminance[col] = float(pixelLuminance(p + col * channels, colours));
-            pivots[col] = float(pixelLuminance(around + col * channels, channels));
-        }
         for (int col = 0; col < width; ++col)
             targets[col] = FlexImage<T>::contrastTarget(luminance[col], e, pivots[col],
                                                         [](float x, float y) { return samplePow<T>(x, y); });
@@ -92,22 +120,20 @@ void ImageModDynamics::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
     float const a = floatVarInRange(0) * 0.01f;
     if (a == 0.0f)
         return;
-    FlexImage<T> blurred;
-    blurred.copyFromImage(*image, true);
-    blurMod.applyMod(&blurred, info);
+    FlexImage<float> surroundings;
+    surroundingLuminance(*image, blurMod, info, &surroundings);
     bool const luminanceMethod = choiceVar(2, Overlay) == Luminance;
     int const channels = image->channels;
     int const colours = channels < 3 ? channels : 3;
     if (luminanceMethod) {
-        contrastAgainstSurroundings(image, blurred, colours, a);
+        contrastAgainstSurroundings(image, surroundings, colours, a);
         return;
     }
     size_t const pixelCount = size_t(image->width) * image->height;
     for (size_t i = 0; i < pixelCount; ++i) {
         T* p = image->pixels + i * channels;
-        float const surroundings = float(pixelLuminance(blurred.pixels + i * channels, channels));
         for (int c = 0; c < colours; ++c)
-            p[c] = FlexImage<T>::storeSample(overlay(float(p[c]), surroundings, a));
+            p[c] = FlexImage<T>::storeSample(overlay(float(p[c]), surroundings.pixels[i], a));
     }
 }
 

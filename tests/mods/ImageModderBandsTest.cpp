@@ -88,16 +88,42 @@ TEST_F(RendererBands, BandsTogetherEqualTheWholePicture)
 
 TEST_F(RendererBands, HaloAndBandFollowTheChain)
 {
+    // Sharpen reads one pixel around at full size; Blur 100 on a 6000-pixel
+    // side reaches ceil(0.03 x 6000) = 180. One after the other they need
+    // both: 181 rows of context.
     auto sharpen = filter("Sharpen", 40.0f);
     auto blur = filter("Blur", 100.0f);
-    GrowArray<ImageMod*> chain = chainOf({sharpen.get(), blur.get()});
-    ImageModderBands bands(chain, 6000, 4000);
-    int const wanted = std::max(sharpen->getExtraPixelRadiusRequired(6000, 4000, 1.0f),
-                                blur->getExtraPixelRadiusRequired(6000, 4000, 1.0f));
-    EXPECT_EQ(bands.haloRadius(), wanted);
-    EXPECT_EQ(bands.bandHeight(), std::max(4 * wanted, 256));
-    // No chain: no halo, tile-high bands, capped by the picture.
+    ImageModderBands bands(chainOf({sharpen.get(), blur.get()}), 6000, 4000);
+    EXPECT_EQ(bands.haloRadius(), 181);
+    EXPECT_EQ(bands.bandHeight(), 4 * 181);
+    // A small halo: sixteen rows a pixel of it, up to a tile.
+    ImageModderBands sharpened(chainOf({sharpen.get()}), 6000, 4000);
+    EXPECT_EQ(sharpened.haloRadius(), 1);
+    EXPECT_EQ(sharpened.bandHeight(), 32);
+    // No chain: no halo, short bands, capped by the picture.
     ImageModderBands none(GrowArray<ImageMod*>(), 50, 40);
     EXPECT_EQ(none.haloRadius(), 0);
-    EXPECT_EQ(none.bandHeight(), 40);
+    EXPECT_EQ(none.bandHeight(), 16);
+    ImageModderBands low(GrowArray<ImageMod*>(), 50, 10);
+    EXPECT_EQ(low.bandHeight(), 10);
+}
+
+// Two filters that read neighbours, one after the other: the bands equal the
+// two applied in turn to the whole picture (no tiles at all).
+TEST_F(RendererBands, ChainedNeighbourhoodsNeedTheirHalosAdded)
+{
+    auto sharpen = filter("Sharpen", 60.0f);
+    auto blur = filter("Blur", 30.0f);
+    GrowArray<ImageMod*> chain = chainOf({sharpen.get(), blur.get()});
+    auto source = patternImage<float>(300, 530, 3, 7);
+    FlexImage<float> whole;
+    whole.copyFromImage(*source, true);
+    ImageModChunkInfo info;
+    info.fullWidth = whole.width;
+    info.fullHeight = whole.height;
+    sharpen->applyMod(&whole, &info);
+    blur->applyMod(&whole, &info);
+    FlexImage<float> banded;
+    renderInBands(chain, *source, &banded);
+    EXPECT_TRUE(sameColours(banded, whole));
 }
