@@ -88,30 +88,6 @@ void surroundingLuminance(FlexImage<unsigned char> const& image, ImageModBlur& b
         plane->pixels[i] = float(pixelLuminance(blurred.pixels + i * image.channels, image.channels));
 }
 
-// Luminance contrast of 1 + a about each pixel's surroundings, a row at a
-// time: the luminances, then the curve's targets in one plain loop
-// (vectorised, through samplePow), then the moves.
-template <typename T>
-void contrastAgainstSurroundings(FlexImage<T>* image, FlexImage<float> const& surroundings, int colours, float a)
-{
-    int const width = image->width;
-    int const channels = image->channels;
-    float const e = FlexImage<T>::contrastExponent(1.0f + a);
-    std::vector<float> luminance(size_t(std::max(width, 0)));
-    std::vector<float> targets(luminance.size());
-    for (int row = 0; row < image->height; ++row) {
-        T* p = image->pixelAt(0, row);
-        float const* pivots = surroundings.pixelAt(0, row);
-        for (int col = 0; col < width; ++col)
-            luminance[col] = float(pixelLuminance(p + col * channels, colours));
-        for (int col = 0; col < width; ++col)
-            targets[col] = FlexImage<T>::contrastTarget(luminance[col], e, pivots[col],
-                                                        [](float x, float y) { return samplePow<T>(x, y); });
-        for (int col = 0; col < width; ++col)
-            FlexImage<T>::moveLuminance(p + col * channels, colours, luminance[col], targets[col]);
-    }
-}
-
 } // namespace
 
 template <typename T>
@@ -126,7 +102,15 @@ void ImageModDynamics::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
     int const channels = image->channels;
     int const colours = channels < 3 ? channels : 3;
     if (luminanceMethod) {
-        contrastAgainstSurroundings(image, surroundings, colours, a);
+        // Luminance contrast of 1 + a about each pixel's surroundings.
+        float const e = FlexImage<T>::contrastExponent(1.0f + a);
+        int const width = image->width;
+        moveLuminanceByRows(image, colours, [&](int row, float const* L, float* targets) {
+            float const* pivots = surroundings.pixelAt(0, row);
+            for (int col = 0; col < width; ++col)
+                targets[col] = FlexImage<T>::contrastTarget(L[col], e, pivots[col],
+                                                            [](float x, float y) { return samplePow<T>(x, y); });
+        });
         return;
     }
     size_t const pixelCount = size_t(image->width) * image->height;

@@ -56,24 +56,52 @@ void forEachPixel(FlexImage<T>* image, Rule rule)
         rule(p, channels);
 }
 
-// Moves every pixel's luminance L to target(L), a row at a time: the row's
-// luminances first, then their targets in one plain loop (which vectorises
-// when target does, as a power curve does), then the moves.
-template <typename T, typename Target>
-void moveLuminanceByRows(FlexImage<T>* image, Target target)
+// Moves one row's pixels from luminance L[i] to targets[i], keeping hue and
+// saturation, in the first movedChannels channels. 8-bit pictures take the
+// engine's per-pixel rule as it stands (their truncation depends on its
+// exact arithmetic); float pictures take the same rule as a gain and a lift
+// per pixel, one division a pixel instead of one a sample.
+template <typename T>
+void moveRowLuminance(T* pixels, int width, int channels, int movedChannels, float const* L, float const* targets)
+{
+    if constexpr (!std::is_same_v<T, float>) {
+        for (int col = 0; col < width; ++col)
+            FlexImage<T>::moveLuminance(pixels + size_t(col) * channels, movedChannels, L[col], targets[col]);
+    } else {
+        for (int col = 0; col < width; ++col) {
+            float const l = L[col];
+            float const t = targets[col];
+            // Darker: v - v (l - t) / l = v t / l. Lighter: v + (255 - v) k
+            // with k = (t - l) / (255 - l). Black and white become the target.
+            bool const flat = l == 0.0f || l == 255.0f;
+            bool const darker = l >= t;
+            float const k = darker ? 0.0f : (t - l) / (255.0f - l);
+            float const gain = flat ? 0.0f : (darker ? t / l : 1.0f - k);
+            float const lift = flat ? t : 255.0f * k;
+            float* p = pixels + size_t(col) * channels;
+            for (int c = 0; c < movedChannels; ++c)
+                p[c] = p[c] * gain + lift;
+        }
+    }
+}
+
+// Moves every pixel's luminance to a target, a row at a time: the row's
+// luminances first, then targets(row, luminances, out) fills their targets
+// (in plain loops, which vectorise when the curve does, as a power curve
+// does), then the moves, in the first movedChannels channels.
+template <typename T, typename RowTargets>
+void moveLuminanceByRows(FlexImage<T>* image, int movedChannels, RowTargets targets)
 {
     int const width = image->width;
     int const channels = image->channels;
     std::vector<float> luminance(size_t(std::max(width, 0)));
-    std::vector<float> targets(luminance.size());
+    std::vector<float> moved(luminance.size());
     for (int row = 0; row < image->height; ++row) {
         T* p = image->pixelAt(0, row);
         for (int col = 0; col < width; ++col)
             luminance[col] = float(pixelLuminance(p + col * channels, channels));
-        for (int col = 0; col < width; ++col)
-            targets[col] = target(luminance[col]);
-        for (int col = 0; col < width; ++col)
-            FlexImage<T>::moveLuminance(p + col * channels, channels, luminance[col], targets[col]);
+        targets(row, luminance.data(), moved.data());
+        moveRowLuminance(p, width, channels, movedChannels, luminance.data(), moved.data());
     }
 }
 
