@@ -104,12 +104,12 @@ void ImageModDynamics::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
     if (luminanceMethod) {
         // Luminance contrast of 1 + a about each pixel's surroundings.
         float const e = FlexImage<T>::contrastExponent(1.0f + a);
-        int const width = image->width;
-        moveLuminanceByRows(image, colours, [&](int row, float const* L, float* targets) {
+        moveLuminanceByRows(image, colours, [&](int row) {
             float const* pivots = surroundings.pixelAt(0, row);
-            for (int col = 0; col < width; ++col)
-                targets[col] = FlexImage<T>::contrastTarget(L[col], e, pivots[col],
-                                                            [](float x, float y) { return samplePow<T>(x, y); });
+            return [=](int col, float L) {
+                return FlexImage<T>::contrastTarget(L, e, pivots[col],
+                                                    [](float x, float y) { return samplePow<T>(x, y); });
+            };
         });
         return;
     }

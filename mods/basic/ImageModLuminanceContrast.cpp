@@ -20,10 +20,10 @@ void ImageModLuminanceContrast::templateMod(FlexImage<T>* image, ImageModChunkIn
         return;
     float const centre = floatVarInRange(1);
     float const k = exponentFor(a);
-    int const width = image->width;
-    moveLuminanceByRows(image, image->channels, [=](int, float const* L, float* targets) {
-        for (int col = 0; col < width; ++col)
-            targets[col] = curveAt(L[col], centre, k, [](float x, float y) { return samplePow<T>(x, y); });
+    moveLuminanceByRows(image, image->channels, [=](int) {
+        return [=](int, float L) {
+            return curveAt(L, centre, k, [](float x, float y) { return samplePow<T>(x, y); });
+        };
     });
 }
 

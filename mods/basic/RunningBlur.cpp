@@ -4,6 +4,7 @@
 #include <cmath>
 #include <vector>
 
+#include "imaging/WidestVectors.h"
 #include "mods/common/SampleLoop.h"
 
 namespace {
@@ -103,16 +104,6 @@ bool isIdentity(PiecewiseKernel const& k)
 // the weighted sums divided by the norm and by scale. The piece count is a
 // template argument so that one pass over a row updates every piece's sums
 // and combines them, with the loop over the row vectorised.
-// Built twice, for AVX2 and for any x86-64, and chosen when the program
-// starts: the sweep is mostly arithmetic on doubles, and AVX2 does four at a
-// time where SSE2 does two. Not under the sanitizers: the loader runs the
-// chooser before their runtime is up, and their instrumented chooser crashes.
-#if defined(__x86_64__) && !defined(__clang__) && !defined(__SANITIZE_THREAD__) && !defined(__SANITIZE_ADDRESS__)
-#define WIDEST_VECTORS __attribute__((target_clones("avx2", "default")))
-#else
-#define WIDEST_VECTORS
-#endif
-
 template <int Pieces>
 WIDEST_VECTORS void sweepRows(float const* in, size_t rowLength, int rows, PiecewiseKernel const& k, double scale,
                               float* out)

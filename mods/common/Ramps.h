@@ -32,6 +32,19 @@ inline float easePow(float t, float e)
     return v > 1.0f ? 1.0f : v;
 }
 
+// easePow with the power the caller gives, both halves worked out and one
+// selected, so that a loop of it vectorises when the power does.
+template <typename Pow>
+inline float easePowWith(float t, float e, Pow pow)
+{
+    float const lowerBase = 2.0f * t;
+    float const upperBase = 2.0f - 2.0f * t;
+    float const base = t < 0.5f ? lowerBase : upperBase;
+    float const curved = pow(base > 0.0f ? base : 0.0f, e);
+    float const v = t <= 0.0f ? 0.0f : (t < 0.5f ? 0.5f * curved : (t < 1.0f ? 1.0f - 0.5f * curved : 1.0f));
+    return v > 1.0f ? 1.0f : v;
+}
+
 // The exponent of the powered ramp for a 0..100 falloff or sharpness.
 inline float rampExponent(float falloff)
 {

@@ -7,6 +7,14 @@
 #include "imaging/FlexImage.h"
 #include "imaging/Luminance.h"
 
+// rule over n floats in one plain loop.
+template <typename Rule>
+void applyToFloats(float* samples, size_t n, Rule rule)
+{
+    for (size_t i = 0; i < n; ++i)
+        samples[i] = rule(samples[i]);
+}
+
 // Applies a per-sample rule to every sample of the image. 8-bit images have
 // only 256 possible inputs, so the rule is evaluated once per input value into
 // a table and the pixels are mapped through it: the same results, far fewer
@@ -23,8 +31,7 @@ void forEachSample(FlexImage<T>* image, Rule rule)
         for (size_t i = 0; i < n; ++i)
             samples[i] = table[samples[i]];
     } else {
-        for (size_t i = 0; i < n; ++i)
-            samples[i] = rule(samples[i]);
+        applyToFloats(samples, n, rule);
     }
 }
 
@@ -85,12 +92,20 @@ void moveRowLuminance(T* pixels, int width, int channels, int movedChannels, flo
     }
 }
 
+// out[col] = target(col, L[col]) along a row, in one plain loop.
+template <typename PixelTarget>
+void fillTargets(float const* L, int width, PixelTarget target, float* out)
+{
+    for (int col = 0; col < width; ++col)
+        out[col] = target(col, L[col]);
+}
+
 // Moves every pixel's luminance to a target, a row at a time: the row's
-// luminances first, then targets(row, luminances, out) fills their targets
-// (in plain loops, which vectorise when the curve does, as a power curve
-// does), then the moves, in the first movedChannels channels.
-template <typename T, typename RowTargets>
-void moveLuminanceByRows(FlexImage<T>* image, int movedChannels, RowTargets targets)
+// luminances first, then their targets in one plain loop (which vectorises
+// when the curve does, as a power curve does), then the moves, in the first
+// movedChannels channels. rowTarget(row) gives the row's target(col, L).
+template <typename T, typename RowTarget>
+void moveLuminanceByRows(FlexImage<T>* image, int movedChannels, RowTarget rowTarget)
 {
     int const width = image->width;
     int const channels = image->channels;
@@ -100,7 +115,7 @@ void moveLuminanceByRows(FlexImage<T>* image, int movedChannels, RowTargets targ
         T* p = image->pixelAt(0, row);
         for (int col = 0; col < width; ++col)
             luminance[col] = float(pixelLuminance(p + col * channels, channels));
-        targets(row, luminance.data(), moved.data());
+        fillTargets(luminance.data(), width, rowTarget(row), moved.data());
         moveRowLuminance(p, width, channels, movedChannels, luminance.data(), moved.data());
     }
 }
