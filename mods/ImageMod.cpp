@@ -1,6 +1,9 @@
 #include "mods/ImageMod.h"
 
 #include <cmath>
+#include <map>
+#include <mutex>
+#include <string>
 
 ImageMod::ImageMod(GrowString const& name, GrowString const& displayName)
 {
@@ -241,11 +244,31 @@ ImageModVariable* ImageMod::addPercentVar(char const* variableName, float value,
     return v;
 }
 
+namespace {
+
+// A filter's built-in curve from its points. Filters are constructed for
+// every copy of a chain, and the styles build theirs for every render:
+// each built-in curve is smoothed once per process (there are a few dozen,
+// all written in the filters' code), not once per copy.
+ToneCurve builtInCurve(char const* curvePoints)
+{
+    static std::mutex lock;
+    static std::map<std::string, ToneCurve> smoothed;
+    std::lock_guard<std::mutex> guard(lock);
+    auto known = smoothed.find(curvePoints);
+    if (known == smoothed.end()) {
+        ToneCurve curve;
+        curve.setControlPoints(GrowString(curvePoints));
+        known = smoothed.emplace(curvePoints, curve).first;
+    }
+    return known->second;
+}
+
+} // namespace
+
 ImageModVariable* ImageMod::addCurveVar(char const* variableName, char const* curvePoints)
 {
-    ToneCurve curve;
-    curve.setControlPoints(GrowString(curvePoints));
-    return addVar(ImageModVariable::makeCurve(variableName, curve));
+    return addVar(ImageModVariable::makeCurve(variableName, builtInCurve(curvePoints)));
 }
 
 ImageModVariable* ImageMod::addColorVar(char const* variableName, OVRGBColor color)
@@ -265,7 +288,5 @@ void ImageMod::setAuxCurve(int index, char const* curvePoints)
 {
     if (index < 0 || index >= auxVars.count)
         return;
-    ToneCurve curve;
-    curve.setControlPoints(GrowString(curvePoints));
-    auxVars[index]->makeCurveVariable(curve);
+    auxVars[index]->makeCurveVariable(builtInCurve(curvePoints));
 }
