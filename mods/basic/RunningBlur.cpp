@@ -187,40 +187,51 @@ void sweepRows(float const* in, size_t rowLength, int rows, PiecewiseKernel cons
 // the reads and the writes of a block stay in cache.
 constexpr int transposeBlock = 32;
 
-// The image's samples with rows and columns exchanged (pixel x of row y goes
-// to row x, position y), quantised.
+// Every sample quantised, in one plain loop.
 template <typename T>
-void transposeQuantised(FlexImage<T> const& image, double scale, float* out)
+void quantisePlane(T const* samples, size_t count, double scale, float* out)
 {
-    int const channels = image.channels;
-    size_t const outRow = size_t(image.height) * channels;
-    for (int y0 = 0; y0 < image.height; y0 += transposeBlock)
-        for (int x0 = 0; x0 < image.width; x0 += transposeBlock)
-            for (int y = y0; y < std::min(y0 + transposeBlock, image.height); ++y) {
-                T const* p = image.pixelAt(0, y);
-                for (int x = x0; x < std::min(x0 + transposeBlock, image.width); ++x)
-                    for (int c = 0; c < channels; ++c)
-                        out[size_t(x) * outRow + size_t(y) * channels + c] =
-                            quantised(float(p[x * channels + c]), scale);
-            }
+    for (size_t i = 0; i < count; ++i)
+        out[i] = quantised(float(samples[i]), scale);
 }
 
-// The rows pass's result (exchanged) back to picture order, each sample
-// stored as the image stores samples (8-bit blurs truncate between the
-// passes), then quantised for the columns pass.
+// Every sample stored as the image stores samples (8-bit blurs truncate
+// between the passes), then quantised for the next pass, in place.
 template <typename T>
-void transposeBack(float const* exchanged, int width, int height, int channels, double scale, float* out)
+void storeAndQuantise(float* samples, size_t count, double scale)
 {
-    size_t const exchangedRow = size_t(height) * channels;
-    for (int x0 = 0; x0 < width; x0 += transposeBlock)
-        for (int y0 = 0; y0 < height; y0 += transposeBlock)
-            for (int x = x0; x < std::min(x0 + transposeBlock, width); ++x)
-                for (int y = y0; y < std::min(y0 + transposeBlock, height); ++y)
-                    for (int c = 0; c < channels; ++c) {
-                        float const v = exchanged[size_t(x) * exchangedRow + size_t(y) * channels + c];
-                        float const stored = float(FlexImage<T>::storeSample(clamp255(v)));
-                        out[(size_t(y) * width + x) * channels + c] = quantised(stored, scale);
-                    }
+    for (size_t i = 0; i < count; ++i)
+        samples[i] = quantised(float(FlexImage<T>::storeSample(clamp255(samples[i]))), scale);
+}
+
+// A plane of rows x length pixels with rows and columns exchanged: pixel x
+// of row y goes to row x, position y. Channels is the channel count, or 0
+// for any (anyChannels).
+template <int Channels>
+void exchangeRowsAndColumns(float const* in, int rows, int length, int anyChannels, float* out)
+{
+    int const channels = Channels > 0 ? Channels : anyChannels;
+    for (int y0 = 0; y0 < rows; y0 += transposeBlock)
+        for (int x0 = 0; x0 < length; x0 += transposeBlock) {
+            int const y1 = std::min(y0 + transposeBlock, rows);
+            int const x1 = std::min(x0 + transposeBlock, length);
+            for (int y = y0; y < y1; ++y) {
+                float const* from = in + size_t(y) * length * channels;
+                for (int x = x0; x < x1; ++x)
+                    for (int c = 0; c < channels; ++c)
+                        out[(size_t(x) * rows + y) * channels + c] = from[size_t(x) * channels + c];
+            }
+        }
+}
+
+void exchangeRowsAndColumns(float const* in, int rows, int length, int channels, float* out)
+{
+    if (channels == 3)
+        exchangeRowsAndColumns<3>(in, rows, length, channels, out);
+    else if (channels == 4)
+        exchangeRowsAndColumns<4>(in, rows, length, channels, out);
+    else
+        exchangeRowsAndColumns<0>(in, rows, length, channels, out);
 }
 
 // --- one pass along lines, each position with its own kernel -------------
@@ -585,12 +596,13 @@ void runningSeparableBlur(FlexImage<T>* image, PiecewiseKernel const& kernel)
     float* blurred = scratch(keepBlurred, samples);
     // Rows: with rows and columns exchanged, each row of the picture is a
     // column of the plane, and the pass is a sweep down the plane's rows.
-    transposeQuantised(*image, scale, quantisedPlane);
-    size_t const transposedRow = size_t(height) * channels;
-    sweepRows(quantisedPlane, transposedRow, width, kernel, scale, blurred);
+    quantisePlane(image->pixels, samples, scale, blurred);
+    exchangeRowsAndColumns(blurred, height, width, channels, quantisedPlane);
+    sweepRows(quantisedPlane, size_t(height) * channels, width, kernel, scale, blurred);
     // Stored as the image stores samples, so 8-bit blurs truncate between
     // passes, and exchanged back.
-    transposeBack<T>(blurred, width, height, channels, scale, quantisedPlane);
+    storeAndQuantise<T>(blurred, samples, scale);
+    exchangeRowsAndColumns(blurred, width, height, channels, quantisedPlane);
     sweepRows(quantisedPlane, size_t(width) * channels, height, kernel, scale, blurred);
     storePlane(blurred, samples, image->pixels);
 }
