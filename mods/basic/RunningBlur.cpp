@@ -622,27 +622,17 @@ void runningVariableBlur(FlexImage<T>* image, float const* radii, BlurMethod met
     size_t const samples = image->sampleCount();
     std::vector<float> plane(samples);
     std::vector<float> blurred(samples);
-    for (size_t i = 0; i < samples; ++i)
-        plane[i] = quantised(float(image->pixels[i]), scale);
+    quantisePlane(image->pixels, samples, scale, plane.data());
     sweepVarying(plane.data(), height, width, channels, radii, method, scale, blurred.data());
     // Columns: rows and columns exchanged, radii too, the rows' results
     // stored as the image stores samples.
     std::vector<float> transposedRadii(size_t(width) * height);
-    for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x) {
-            transposedRadii[size_t(x) * height + y] = radii[size_t(y) * width + x];
-            for (int c = 0; c < channels; ++c) {
-                float const stored =
-                    float(FlexImage<T>::storeSample(clamp255(blurred[(size_t(y) * width + x) * channels + c])));
-                plane[(size_t(x) * height + y) * channels + c] = quantised(stored, scale);
-            }
-        }
+    exchangeRowsAndColumns(radii, height, width, 1, transposedRadii.data());
+    storeAndQuantise<T>(blurred.data(), samples, scale);
+    exchangeRowsAndColumns(blurred.data(), height, width, channels, plane.data());
     sweepVarying(plane.data(), width, height, channels, transposedRadii.data(), method, scale, blurred.data());
-    for (int x = 0; x < width; ++x)
-        for (int y = 0; y < height; ++y)
-            for (int c = 0; c < channels; ++c)
-                image->pixelAt(x, y)[c] =
-                    FlexImage<T>::storeSample(clamp255(blurred[(size_t(x) * height + y) * channels + c]));
+    exchangeRowsAndColumns(blurred.data(), width, height, channels, plane.data());
+    storePlane(plane.data(), samples, image->pixels);
 }
 
 template <typename T>
