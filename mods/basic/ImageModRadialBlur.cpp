@@ -69,12 +69,12 @@ void ImageModRadialBlur::templateMod(FlexImage<T>* image, ImageModChunkInfo* inf
         return;
     int const fullWidth = info ? info->fullWidth : image->width;
     int const fullHeight = info ? info->fullHeight : image->height;
-    std::vector<float> const radii = radiusPlane(*image, info, floatVarInRange(1), floatVarInRange(2),
-                                                 maximumRadius(std::max(fullWidth, fullHeight)));
+    float const largest = maximumRadius(std::max(fullWidth, fullHeight));
+    std::vector<float> const radii = radiusPlane(*image, info, floatVarInRange(1), floatVarInRange(2), largest);
     if (m == BlurCircle)
         variableCircleBlur(image, radii.data());
     else
-        runningVariableBlur(image, radii.data(), BlurMethod(m));
+        runningVariableBlur(image, radii.data(), BlurMethod(m), largest);
 }
 
 INSTANTIATE_TEMPLATE_MOD(ImageModRadialBlur);

@@ -608,17 +608,15 @@ void runningSeparableBlur(FlexImage<T>* image, PiecewiseKernel const& kernel)
 }
 
 template <typename T>
-void runningVariableBlur(FlexImage<T>* image, float const* radii, BlurMethod method)
+void runningVariableBlur(FlexImage<T>* image, float const* radii, BlurMethod method, float largestRadius)
 {
     int const width = image->width;
     int const height = image->height;
     int const channels = image->channels;
     if (width <= 0 || height <= 0)
         return;
-    float largest = 0.0f;
-    for (size_t i = 0; i < size_t(width) * height; ++i)
-        largest = std::max(largest, radii[i]);
-    double const scale = scaleFor(int(std::ceil(largest)));
+    // Past a million pixels the scale has long reached its floor.
+    double const scale = scaleFor(largestRadius > 0.0f ? int(std::ceil(std::min(largestRadius, 1.0e6f))) : 0);
     size_t const samples = image->sampleCount();
     std::vector<float> plane(samples);
     std::vector<float> blurred(samples);
@@ -678,8 +676,8 @@ void variableCircleBlur(FlexImage<T>* image, float const* radii)
 
 template void runningSeparableBlur(FlexImage<unsigned char>*, PiecewiseKernel const&);
 template void runningSeparableBlur(FlexImage<float>*, PiecewiseKernel const&);
-template void runningVariableBlur(FlexImage<unsigned char>*, float const*, BlurMethod);
-template void runningVariableBlur(FlexImage<float>*, float const*, BlurMethod);
+template void runningVariableBlur(FlexImage<unsigned char>*, float const*, BlurMethod, float);
+template void runningVariableBlur(FlexImage<float>*, float const*, BlurMethod, float);
 template void circleBlurBySpans(FlexImage<unsigned char>*, float, int);
 template void circleBlurBySpans(FlexImage<float>*, float, int);
 template void variableCircleBlur(FlexImage<unsigned char>*, float const*);

@@ -48,8 +48,11 @@ void runningSeparableBlur(FlexImage<T>* image, PiecewiseKernel const& kernel);
 
 // The circular blur's two passes, each sample with the kernel of its own
 // radius (radii: one per pixel, row-major).
+// largestRadius bounds every radius of the whole picture: the fixed point
+// of the sums follows it, so it must not depend on the tile (every tile
+// then rounds its samples alike).
 template <typename T>
-void runningVariableBlur(FlexImage<T>* image, float const* radii, BlurMethod method);
+void runningVariableBlur(FlexImage<T>* image, float const* radii, BlurMethod method, float largestRadius);
 
 // The disc blur of extent x and radius r: each kernel row is one span of
 // full weight (summed from prefix sums) and a soft rim of about 2 pi x

@@ -66,8 +66,8 @@ protected:
 
 } // namespace
 
-// Bands of 256 rows (small halos) cut the picture into several bands and
-// several tiles across; large halos give bands that read most of it. Each
+// Short bands (small halos) cut the picture into several bands and several
+// tiles across; large halos give bands that read most of it. Each
 // way the result is the whole-picture render's.
 TEST_F(RendererBands, BandsTogetherEqualTheWholePicture)
 {
