@@ -192,7 +192,7 @@ bool renderOne(EditingSession& session, ApplyOptions const& options, int i, Prog
     QString const label = QFileInfo(photo).fileName();
     int const total = options.photos.size();
     QString error;
-    if (isOneOf(target, options.photos)) {
+    if (namesOneOf(target, options.photos)) {
         reportError(target, "would write over an input photo; choose another output");
         return false;
     }

@@ -2,7 +2,6 @@
 
 #include <cstdio>
 
-#include <QFileInfo>
 #include <QTextStream>
 
 #include "extension/FileNames.h"
@@ -105,15 +104,6 @@ void reportPresetProblems(PresetLibrary const& library)
         reportError(refusal.path.c_str(), refusal.reason.c_str());
     for (PresetLibrary::Entry const& entry : library.entries)
         reportPresetNotes(entry);
-}
-
-bool isOneOf(QString const& output, QStringList const& inputs)
-{
-    QString const target = QFileInfo(output).absoluteFilePath();
-    for (QString const& input : inputs)
-        if (QFileInfo(input).absoluteFilePath() == target || isSameFile(input, output))
-            return true;
-    return false;
 }
 
 ImageModCompound* findPreset(EditingSession& session, QString const& preset, bool lenient)

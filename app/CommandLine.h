@@ -38,9 +38,6 @@ int reportPresetNotes(PresetLibrary::Entry const& entry);
 // one line each.
 void reportPresetProblems(PresetLibrary const& library);
 
-// Whether writing to output would replace one of inputs.
-bool isOneOf(QString const& output, QStringList const& inputs);
-
 int runPresets(QStringList const& args);
 int runFilters(QStringList const& args);
 int runThumbnails(QStringList const& args);

@@ -11,6 +11,7 @@
 #include "app/ContactSheet.h"
 #include "core/ParallelDispatch.h"
 #include "extension/EditingSession.h"
+#include "extension/FileNames.h"
 #include "extension/ImageBridge.h"
 #include "extension/ImageFiles.h"
 
@@ -141,7 +142,7 @@ int runThumbnails(QStringList const& args)
     QString const sheetPath = parser.value(output);
     if (imageFormatFor(sheetPath) == ImageFormat::Unknown)
         return usageError("thumbnails", "-o " + sheetPath + ": " + knownImageFormats());
-    if (isOneOf(sheetPath, photos)) {
+    if (namesOneOf(sheetPath, photos)) {
         reportError(sheetPath, "is the input photo; choose another output file");
         return ExitFailed;
     }

@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <QFileInfo>
 #include <QVector>
 
 namespace {
@@ -92,4 +93,13 @@ bool isSameFile(QString const& a, QString const& b)
     struct stat second;
     return statPath(a, &first) && statPath(b, &second) && first.st_dev == second.st_dev &&
            first.st_ino == second.st_ino;
+}
+
+bool namesOneOf(QString const& output, QStringList const& inputs)
+{
+    QString const target = QFileInfo(output).absoluteFilePath();
+    for (QString const& input : inputs)
+        if (QFileInfo(input).absoluteFilePath() == target || isSameFile(input, output))
+            return true;
+    return false;
 }

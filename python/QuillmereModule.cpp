@@ -7,7 +7,6 @@
 #include <stdexcept>
 #include <string>
 
-#include <QFileInfo>
 
 #include <pybind11/numpy.h>
 #include <pybind11/pybind11.h>
@@ -137,7 +136,7 @@ void applyFile(std::string const& source, std::string const& destination, std::s
     if (!(quality >= 1 && quality <= 100))
         throw py::value_error("quality must be from 1 to 100");
     std::unique_ptr<ImageMod> look = Presets::shared().look(preset, amount, remix, lenient);
-    if (isSameFile(photo, output) || QFileInfo(photo).absoluteFilePath() == QFileInfo(output).absoluteFilePath())
+    if (namesOneOf(output, QStringList{photo}))
         throw Failure(output, "would write over an input photo; choose another output");
     QString error;
     if (!checkOutputPath(output, &error))
