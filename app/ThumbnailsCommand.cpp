@@ -1,5 +1,4 @@
 // "quillmere thumbnails": every preset over one photo, as a contact sheet.
-#include <QFileInfo>
 #include <QRegularExpression>
 #include <QTextStream>
 
