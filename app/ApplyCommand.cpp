@@ -229,9 +229,7 @@ std::unique_ptr<ImageModCompound> finishedChain(ImageModCompound const& preset, 
     if (extra.count == 0)
         return nullptr;
     auto chain = std::make_unique<ImageModCompound>("Finished Photo");
-    ImageMod* copy = preset.createCopy();
-    *copy = preset;
-    chain->addSubMod(copy);
+    chain->addSubMod(preset.duplicate());
     for (ImageMod* filter : extra)
         chain->addSubMod(filter);
     extra.count = 0;

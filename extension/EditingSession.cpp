@@ -219,8 +219,7 @@ bool EditingSession::finish(QString const& outputPath, PhotoWriteOptions const& 
 
 ImageMod* EditingSession::adjustedCopy(ImageModCompound const& preset, float amount, double const* remix)
 {
-    ImageMod* copy = preset.createCopy();
-    *copy = preset;
+    ImageMod* copy = preset.duplicate();
     copy->setFloatVar(0, amount);
     if (remix)
         setRemix(copy, *remix);

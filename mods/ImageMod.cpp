@@ -97,6 +97,13 @@ ImageModVariable* ImageMod::getAmountVar()
     return nullptr;
 }
 
+ImageMod* ImageMod::duplicate() const
+{
+    ImageMod* copy = createCopy();
+    *copy = *this;
+    return copy;
+}
+
 int ImageMod::getExtraPixelRadiusRequired(int, int, float)
 {
     return 0;

@@ -65,6 +65,10 @@ public:
     virtual bool canBeUserToggled() const { return true; }
     virtual bool canBeUserClosed() const { return true; }
     virtual ImageMod* createCopy() const = 0;
+    // A new filter of this kind holding this one's state (variables, version,
+    // sub-filters): createCopy makes the kind, assignment copies the state.
+    // The caller owns it.
+    ImageMod* duplicate() const;
     virtual GrowString getUniqueClassIDString() const { return GrowString(); }
     virtual int getSingletonID() const { return SingletonNone; }
     virtual bool isSingleton() const { return getSingletonID() != SingletonNone; }

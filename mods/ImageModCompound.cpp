@@ -44,11 +44,8 @@ int ImageModCompound::getExtraPixelRadiusRequired(int width, int height, float s
 ImageMod* ImageModCompound::createCopy() const
 {
     auto* copy = new ImageModCompound("Compound Filter");
-    for (ImageMod const* mod : subMods) {
-        ImageMod* sub = mod->createCopy();
-        *sub = *mod;
-        copy->subMods.add(sub);
-    }
+    for (ImageMod const* mod : subMods)
+        copy->subMods.add(mod->duplicate());
     copy->setName(name, "");
     copy->sourceFile = sourceFile;
     return copy;

@@ -25,8 +25,7 @@ ImageModderBands::ImageModderBands(GrowArray<ImageMod*> const& chain, int width,
     GrowArray<ImageMod*> flat;
     ImageModderMulti::flattenModsInto(chain, &flat);
     for (ImageMod* mod : flat) {
-        ImageMod* copy = mod->createCopy();
-        *copy = *mod;
+        ImageMod* copy = mod->duplicate();
         mods.add(copy);
         // Each filter uses up its own radius of the context the filters
         // before it left exact, so the chain needs the sum of them (the

@@ -184,8 +184,7 @@ void ImageModderMulti::prepareRender(GrowArray<ImageMod*> const& chain, int sour
         delete mod;
     mods.count = 0;
     for (ImageMod* mod : flat) {
-        ImageMod* copy = mod->createCopy();
-        *copy = *mod;
+        ImageMod* copy = mod->duplicate();
         mods.add(copy);
     }
 }
