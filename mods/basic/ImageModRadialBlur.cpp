@@ -27,7 +27,7 @@ std::vector<float> radiusPlane(FlexImage<T> const& image, ImageModChunkInfo cons
             float const dx = float(x) - frame.centreX;
             float const dy = float(y) - frame.centreY;
             float const d = std::sqrt(dx * dx + dy * dy) / reach;
-            float const mask = d > 0.0f ? easePow(d * 1.05f, e) : 0.0f;
+            float const mask = radialRamp(d, e, [](float b, float k) { return std::pow(b, k); });
             radii[size_t(y) * image.width + x] = mask * maxRadius;
         }
     return radii;

@@ -28,8 +28,7 @@ void darkenAlongRow(float dy, float centreX, float reach, float e, float a, int 
     for (int x = 0; x < width; ++x) {
         float const dx = float(x) - centreX;
         float const d = std::sqrt(dx * dx + dy * dy) / reach;
-        float const v = easePowWith(d * 1.05f, e, [](float b, float k) { return samplePow<T>(b, k); });
-        out[x] = (d > 0.0f ? v : 0.0f) * a * 255.0f;
+        out[x] = radialRamp(d, e, [](float b, float k) { return samplePow<T>(b, k); }) * a * 255.0f;
     }
 }
 

@@ -16,24 +16,9 @@ inline float ease(float s)
     return 1.0f;
 }
 
-// The ramp with its two halves raised to a power: larger e makes the
-// transition sharper.
-inline float easePow(float t, float e)
-{
-    float v;
-    if (t <= 0.0f)
-        v = 0.0f;
-    else if (t < 0.5f)
-        v = 0.5f * std::pow(2.0f * t, e);
-    else if (t < 1.0f)
-        v = 1.0f - 0.5f * std::pow(2.0f - 2.0f * t, e);
-    else
-        v = 1.0f;
-    return v > 1.0f ? 1.0f : v;
-}
-
-// easePow with the power the caller gives, both halves worked out and one
-// selected, so that a loop of it vectorises when the power does.
+// The ramp with its two halves raised to a power (the caller's): larger e
+// makes the transition sharper. Both halves are worked out and one selected,
+// so that a loop of it vectorises when the power does.
 template <typename Pow>
 inline float easePowWith(float t, float e, Pow pow)
 {
@@ -43,6 +28,21 @@ inline float easePowWith(float t, float e, Pow pow)
     float const curved = pow(base > 0.0f ? base : 0.0f, e);
     float const v = t <= 0.0f ? 0.0f : (t < 0.5f ? 0.5f * curved : (t < 1.0f ? 1.0f - 0.5f * curved : 1.0f));
     return v > 1.0f ? 1.0f : v;
+}
+
+inline float easePow(float t, float e)
+{
+    return easePowWith(t, e, [](float x, float y) { return std::pow(x, y); });
+}
+
+// The ramp of the vignette and the radial blur at distance d from the
+// picture's centre (a fraction of the effect's reach): nothing at the centre
+// itself.
+template <typename Pow>
+inline float radialRamp(float d, float e, Pow pow)
+{
+    float const v = easePowWith(d * 1.05f, e, pow);
+    return d > 0.0f ? v : 0.0f;
 }
 
 // The exponent of the powered ramp for a 0..100 falloff or sharpness.

@@ -7,14 +7,6 @@
 #include "imaging/FlexImage.h"
 #include "imaging/Luminance.h"
 
-// rule over n floats in one plain loop.
-template <typename Rule>
-void applyToFloats(float* samples, size_t n, Rule rule)
-{
-    for (size_t i = 0; i < n; ++i)
-        samples[i] = rule(samples[i]);
-}
-
 // Applies a per-sample rule to every sample of the image. 8-bit images have
 // only 256 possible inputs, so the rule is evaluated once per input value into
 // a table and the pixels are mapped through it: the same results, far fewer
@@ -31,7 +23,8 @@ void forEachSample(FlexImage<T>* image, Rule rule)
         for (size_t i = 0; i < n; ++i)
             samples[i] = table[samples[i]];
     } else {
-        applyToFloats(samples, n, rule);
+        for (size_t i = 0; i < n; ++i)
+            samples[i] = rule(samples[i]);
     }
 }
 
@@ -92,14 +85,6 @@ void moveRowLuminance(T* pixels, int width, int channels, int movedChannels, flo
     }
 }
 
-// out[col] = target(col, L[col]) along a row, in one plain loop.
-template <typename PixelTarget>
-void fillTargets(float const* L, int width, PixelTarget target, float* out)
-{
-    for (int col = 0; col < width; ++col)
-        out[col] = target(col, L[col]);
-}
-
 // Moves every pixel's luminance to a target, a row at a time: the row's
 // luminances first, then their targets in one plain loop (which vectorises
 // when the curve does, as a power curve does), then the moves, in the first
@@ -115,7 +100,9 @@ void moveLuminanceByRows(FlexImage<T>* image, int movedChannels, RowTarget rowTa
         T* p = image->pixelAt(0, row);
         for (int col = 0; col < width; ++col)
             luminance[col] = float(pixelLuminance(p + col * channels, channels));
-        fillTargets(luminance.data(), width, rowTarget(row), moved.data());
+        auto const target = rowTarget(row);
+        for (int col = 0; col < width; ++col)
+            moved[col] = target(col, luminance[col]);
         moveRowLuminance(p, width, channels, movedChannels, luminance.data(), moved.data());
     }
 }
