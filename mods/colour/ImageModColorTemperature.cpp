@@ -1,5 +1,6 @@
 #include "mods/colour/ImageModColorTemperature.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "mods/common/SampleLoop.h"
@@ -43,8 +44,8 @@ OVRGBColor ImageModColorTemperature::colourOf(float t)
 template <typename T>
 void ImageModColorTemperature::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
 {
-    float const a = floatVar(0);
-    float const t = floatVar(3);
+    float const a = floatVarInRange(0);
+    float const t = floatVarInRange(3);
     ToneCurve const* curve = curveVar(1);
     if (a == 0.0f || t == 0.0f || !curve || image->channels < 3)
         return;
@@ -52,7 +53,9 @@ void ImageModColorTemperature::templateMod(FlexImage<T>* image, ImageModChunkInf
     OVRGBColor const colour = colourOf(t);
     forEachPixel(image, [&](T* p, int channels) {
         float const L = float(pixelLuminance(p, channels));
-        float const w = curve->lookupChannel(L) * a;
+        // A curve may reach past 1; a weight beyond 0..1 is taken at the
+        // nearest end, so the power curves keep positive exponents.
+        float const w = std::clamp(curve->lookupChannel(L) * a, 0.0f, 1.0f);
         float rgb[3] = {float(p[0]), float(p[1]), float(p[2])};
         if (method == ByColorize) {
             colourRules::applyMethod<colourRules::Colorize>(rgb, colour, HSV(), w);
