@@ -1,5 +1,7 @@
 #include "mods/ImageModCompound.h"
 
+#include "mods/UsedRegion.h"
+
 ImageModCompound::ImageModCompound(char const* name)
     : ImageMod(name, "")
 {
@@ -108,9 +110,7 @@ void ImageModCompound::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
     FlexImage<T> input;
     if (a < 1.0f)
         input.copyFromImage(*image, true);
-    for (ImageMod* mod : subMods)
-        if (mod->enabled)
-            mod->applyMod(image, info);
+    UsedRegion::applyInTurn(subMods, image, info);
     if (a >= 1.0f)
         return;
     size_t const n = image->sampleCount();

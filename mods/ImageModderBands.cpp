@@ -5,6 +5,7 @@
 #include "core/ParallelDispatch.h"
 #include "mods/ImageModderMulti.h"
 #include "mods/TileRows.h"
+#include "mods/UsedRegion.h"
 
 namespace {
 
@@ -34,6 +35,7 @@ ImageModderBands::ImageModderBands(GrowArray<ImageMod*> const& chain, int width,
         long long const needed = copy->getExtraPixelRadiusRequired(this->width, this->height, scale);
         radius = int(std::min<long long>(radius + std::max(needed, 0LL), std::max(this->width, this->height)));
     }
+    readsAfter = UsedRegion::readsAfter(mods, this->width, this->height, scale);
 }
 
 ImageModderBands::~ImageModderBands()
@@ -88,9 +90,14 @@ void ImageModderBands::renderTile(FlexImage<T> const& window, int windowTop, int
     info.chunkX = readX;
     info.chunkY = readY;
     info.scale = scale;
-    for (ImageMod* mod : mods)
-        if (mod->enabled)
-            mod->applyMod(&tile, &info);
+    // The tile's own pixels; each filter works on them and on as much of
+    // the halo as the filters after it read.
+    PixelRect const kept{x0 - readX, firstRow - readY, x1 - readX, firstRow + band->height - readY};
+    for (int i = 0; i < mods.count; ++i)
+        if (mods[i]->enabled) {
+            UsedRegion::Scope const used(tile.width, tile.height, kept, readsAfter[size_t(i)]);
+            mods[i]->applyMod(&tile, &info);
+        }
 
     for (int y = firstRow; y < firstRow + band->height; ++y)
         storeRow(tile.pixelAt(x0 - readX, y - readY), window.pixelAt(x0, y - windowTop), channels,

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <vector>
+
 #include "core/GrowArray.h"
 #include "imaging/FlexImage.h"
 #include "mods/ImageMod.h"
@@ -40,6 +42,7 @@ public:
 
 private:
     GrowArray<ImageMod*> mods;
+    std::vector<int> readsAfter; // per filter, how far the filters after it read
     int width;
     int height;
     float scale;

@@ -7,6 +7,7 @@
 #include <type_traits>
 
 #include "core/ParallelDispatch.h"
+#include "mods/UsedRegion.h"
 
 namespace {
 
@@ -258,6 +259,8 @@ void ImageModderMulti::renderTiles(FlexImage<T>* src, FlexImage<T>* dst, bool se
         destGrid.initializeGrid(dst, tileSize, radius);
     ImageModderMultiTileGrid& readGrid = fromCache ? cacheReadGrid : sourceGrid;
 
+    std::vector<int> const readsAfter = UsedRegion::readsAfter(mods, fullWidth, fullHeight, scale);
+
     std::mutex renderMutex;
     auto renderTile = [&](size_t index) {
         int const i = int(index);
@@ -270,8 +273,12 @@ void ImageModderMulti::renderTiles(FlexImage<T>* src, FlexImage<T>* dst, bool se
         for (int j = firstMod; j < mods.count; ++j) {
             if (cancelled())
                 break;
-            if (mods[j]->enabled)
+            if (mods[j]->enabled) {
+                // Each filter works on the tile's own pixels and as much of
+                // the halo as the filters after it read.
+                UsedRegion::Scope const used(tile->width, tile->height, readGrid.keptRect(i), readsAfter[size_t(j)]);
                 mods[j]->applyMod(tile, &info);
+            }
             if (j == capture) {
                 std::lock_guard<std::mutex> guard(renderMutex);
                 cacheWriteGrid.writeTileImmediately(i, tile);

@@ -180,6 +180,12 @@ void ImageModderMultiTileGrid::writeTileImmediately(int index, FlexImage<float> 
                                 tileWidth - p.trimLeft - p.trimRight);
 }
 
+PixelRect ImageModderMultiTileGrid::keptRect(int index) const
+{
+    Placement const p = placement(index);
+    return PixelRect{p.trimLeft, p.trimTop, tileWidth - p.trimRight, tileHeight - p.trimBottom};
+}
+
 void ImageModderMultiTileGrid::returnToPool(FlexImage<float>* tile)
 {
     tilePool.addOnce(tile);

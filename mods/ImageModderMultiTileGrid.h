@@ -3,6 +3,7 @@
 #include "core/GrowArray.h"
 #include "imaging/FlexImage.h"
 #include "mods/ImageMod.h"
+#include "mods/UsedRegion.h"
 
 // Cuts one image (float or 8-bit) into overlapping tiles for the renderer.
 // Each tile is handed out as a float working copy enlarged by a halo of
@@ -40,6 +41,9 @@ public:
     void giveWriteTile(int index, FlexImage<float>* tile);
     void processWrites();
     void writeTileImmediately(int index, FlexImage<float> const* tile);
+    // The pixels of a tile that are written back (the rest is halo), in the
+    // tile's coordinates.
+    PixelRect keptRect(int index) const;
     void returnToPool(FlexImage<float>* tile);
     void clearMemory();
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "imaging/WidestVectors.h"
+#include "mods/UsedRegion.h"
 #include "mods/common/SampleLoop.h"
 
 namespace {
@@ -41,55 +42,102 @@ Value* scratch(std::vector<Value>& keep, size_t count)
     return keep.data();
 }
 
+// Whole numbers, exact in doubles for every reach a kernel can have.
 double sumOfOffsets(int m) // 1 + 2 + ... + m
 {
-    return double(m) * double(m + 1) * 0.5;
+    return double(int64_t(m) * (m + 1) / 2);
 }
 
 double sumOfSquares(int m) // 1 + 4 + ... + m^2
 {
-    return double(m) * double(m + 1) * double(2 * m + 1) / 6.0;
+    return double(int64_t(m) * (m + 1) * (2 * int64_t(m) + 1) / 6);
 }
+
+// floor and ceil of a value in 0..2^30, without a library call (a blur
+// with its own radius at every pixel takes both at every pixel).
+int floorOfPositive(double v)
+{
+    return int(v);
+}
+
+int ceilOfPositive(double v)
+{
+    int const whole = int(v);
+    return whole + int(double(whole) < v);
+}
+
+// A kernel symmetric about offset 0: a + c i^2 for |i| <= inner, and
+// sideA + sideB |i| + sideC i^2 for inner < |i| <= reach.
+struct SymmetricKernel
+{
+    int inner = 0;
+    int reach = 0;
+    double a = 1.0;
+    double c = 0.0;
+    double sideA = 0.0;
+    double sideB = 0.0;
+    double sideC = 0.0;
+    double norm = 1.0; // the sum of all weights
+};
 
 // ease(1 - t / (extent + 1)) for t in -reach..reach: 1 - 2 (t v)^2 up to
 // half way, 2 (1 - |t| v)^2 beyond (v = 1 / (extent + 1)).
-PiecewiseKernel gaussianPieces(double extent, int reach)
+SymmetricKernel gaussianShape(double extent, int reach)
 {
-    PiecewiseKernel k;
+    SymmetricKernel k;
     double const v = 1.0 / (extent + 1.0);
-    int const inner = std::min(reach, int(std::floor((extent + 1.0) * 0.5)));
-    k.pieces[k.count++] = KernelPiece{-inner, inner, 1.0, 0.0, -2.0 * v * v};
-    if (reach > inner) {
-        k.pieces[k.count++] = KernelPiece{inner + 1, reach, 2.0, -4.0 * v, 2.0 * v * v};
-        k.pieces[k.count++] = KernelPiece{-reach, -inner - 1, 2.0, 4.0 * v, 2.0 * v * v};
-    }
+    k.reach = reach;
+    k.inner = std::min(reach, floorOfPositive((extent + 1.0) * 0.5));
+    k.a = 1.0;
+    k.c = -2.0 * v * v;
+    k.sideA = 2.0;
+    k.sideB = -4.0 * v;
+    k.sideC = 2.0 * v * v;
+    int const inner = k.inner;
     double outer = 0.0;
     if (reach > inner)
         outer = 2.0 * (double(reach - inner) - 2.0 * v * (sumOfOffsets(reach) - sumOfOffsets(inner)) +
                        v * v * (sumOfSquares(reach) - sumOfSquares(inner)));
     k.norm = 1.0 + 2.0 * ((double(inner) - 2.0 * v * v * sumOfSquares(inner)) + outer);
-    k.reach = reach;
     return k;
 }
 
 // Weight 1 within the extent, (extent + 1) - t for the one offset beyond.
-PiecewiseKernel boxPieces(double extent, int reach)
+SymmetricKernel boxShape(double extent, int reach)
 {
-    PiecewiseKernel k;
+    SymmetricKernel k;
     double const end = extent + 1.0 - double(reach);
-    k.pieces[k.count++] = KernelPiece{-(reach - 1), reach - 1, 1.0, 0.0, 0.0};
-    k.pieces[k.count++] = KernelPiece{reach, reach, end, 0.0, 0.0};
-    k.pieces[k.count++] = KernelPiece{-reach, -reach, end, 0.0, 0.0};
-    k.norm = double(2 * reach - 1) + 2.0 * end;
     k.reach = reach;
+    k.inner = reach - 1;
+    k.sideA = end;
+    k.norm = double(2 * reach - 1) + 2.0 * end;
     return k;
 }
 
-PiecewiseKernel identityKernel()
+// The circular blur's kernel for one radius (no blur for 0 or for what is
+// not a number); radii past a million pixels blur as a million.
+SymmetricKernel shapeForRadius(BlurMethod method, float radius)
 {
-    PiecewiseKernel k;
-    k.pieces[k.count++] = KernelPiece{0, 0, 1.0, 0.0, 0.0};
-    return k;
+    if (!(radius > 0.0f))
+        return SymmetricKernel();
+    float const extent = std::min(radius, 1.0e6f);
+    int const reach = ceilOfPositive(extent);
+    return method == BlurBox ? boxShape(extent, reach) : gaussianShape(extent, reach);
+}
+
+// The kernel as pieces: the middle, then the right side and the left side
+// (the sides only where they have offsets).
+PiecewiseKernel piecesOf(SymmetricKernel const& k)
+{
+    PiecewiseKernel pieces;
+    pieces.pieces[pieces.count++] = KernelPiece{-k.inner, k.inner, k.a, 0.0, k.c};
+    if (k.reach > k.inner) {
+        pieces.pieces[pieces.count++] = KernelPiece{k.inner + 1, k.reach, k.sideA, k.sideB, k.sideC};
+        pieces.pieces[pieces.count++] = KernelPiece{-k.reach, -k.inner - 1, k.sideA, -k.sideB, k.sideC};
+    }
+    pieces.norm = k.norm;
+    pieces.reach = k.reach;
+    return pieces;
 }
 
 bool isIdentity(PiecewiseKernel const& k)
@@ -99,27 +147,47 @@ bool isIdentity(PiecewiseKernel const& k)
 
 // --- one pass over rows, the same kernel everywhere ----------------------
 
-// Each output row is the kernel over the rows around it (edge rows
-// repeating), every column at once. in holds whole numbers; out receives
-// the weighted sums divided by the norm and by scale. The piece count is a
-// template argument so that one pass over a row updates every piece's sums
-// and combines them, with the loop over the row vectorised.
+// Columns are swept in strips narrow enough that a strip's running sums
+// stay in the first-level cache while the rows go by.
+constexpr size_t sweepStripWidth = 256;
+
+// The kernel's pieces as the sweep uses them: the weights scaled to samples,
+// and the offsets at which a moving window loses and gains a row.
 template <int Pieces>
-WIDEST_VECTORS void sweepRows(float const* in, size_t rowLength, int rows, PiecewiseKernel const& k, double scale,
-                              float* out)
+struct SweepWeights
 {
-    static thread_local std::vector<double> keep;
-    double* sums = scratch(keep, size_t(3 * Pieces) * rowLength);
-    std::fill(sums, sums + size_t(3 * Pieces) * rowLength, 0.0);
+    double a[Pieces], b[Pieces], c[Pieces], lo[Pieces], in1[Pieces];
+
+    SweepWeights(PiecewiseKernel const& k, double scale)
+    {
+        double const toSample = 1.0 / (k.norm * scale);
+        for (int p = 0; p < Pieces; ++p) {
+            a[p] = k.pieces[p].a * toSample;
+            b[p] = k.pieces[p].b * toSample;
+            c[p] = k.pieces[p].c * toSample;
+            lo[p] = k.pieces[p].lo;
+            in1[p] = k.pieces[p].hi + 1;
+        }
+    }
+};
+
+// One strip of sweepRows: width columns from in (rows rowLength apart),
+// sums for 3 x Pieces x sweepStripWidth values.
+template <int Pieces>
+WIDEST_VECTORS void sweepStrip(float const* in, size_t rowLength, size_t width, int rows, int from, int to,
+                               PiecewiseKernel const& k, SweepWeights<Pieces> const& w, double* sums, float* out)
+{
+    constexpr size_t stride = sweepStripWidth;
+    std::fill(sums, sums + size_t(3 * Pieces) * stride, 0.0);
     auto const rowAt = [&](int y) { return in + size_t(std::clamp(y, 0, rows - 1)) * rowLength; };
     for (int p = 0; p < Pieces; ++p) {
-        double* s0 = sums + size_t(3 * p) * rowLength;
-        double* s1 = s0 + rowLength;
-        double* s2 = s1 + rowLength;
+        double* s0 = sums + size_t(3 * p) * stride;
+        double* s1 = s0 + stride;
+        double* s2 = s1 + stride;
         for (int i = k.pieces[p].lo; i <= k.pieces[p].hi; ++i) {
-            float const* row = rowAt(i);
+            float const* row = rowAt(from + i);
             double const di = i;
-            for (size_t x = 0; x < rowLength; ++x) {
+            for (size_t x = 0; x < width; ++x) {
                 double const f = row[x];
                 s0[x] += f;
                 s1[x] += di * f;
@@ -127,35 +195,20 @@ WIDEST_VECTORS void sweepRows(float const* in, size_t rowLength, int rows, Piece
             }
         }
     }
-    double const toSample = 1.0 / (k.norm * scale);
-    double a[Pieces], b[Pieces], c[Pieces], lo[Pieces], in1[Pieces];
-    for (int p = 0; p < Pieces; ++p) {
-        a[p] = k.pieces[p].a * toSample;
-        b[p] = k.pieces[p].b * toSample;
-        c[p] = k.pieces[p].c * toSample;
-        lo[p] = k.pieces[p].lo;
-        in1[p] = k.pieces[p].hi + 1;
-    }
-    for (int y = 0; y < rows; ++y) {
-        // Each window moves down one row: its top row leaves at offset lo, a
-        // new row enters at hi + 1, and every offset drops by one.
-        float const* leaving[Pieces];
-        float const* entering[Pieces];
-        for (int p = 0; p < Pieces; ++p) {
-            leaving[p] = rowAt(y - 1 + k.pieces[p].lo);
-            entering[p] = rowAt(y + k.pieces[p].hi);
-        }
-        float* o = out + size_t(y) * rowLength;
-        if (y > 0)
+    for (int y = from; y < to; ++y) {
+        float* o = out + size_t(y - from) * rowLength;
+        if (y > from) {
+            // Each window moves down one row: its top row leaves at offset
+            // lo, a new row enters at hi + 1, and every offset drops by one.
             for (int p = 0; p < Pieces; ++p) {
-                double* s0 = sums + size_t(3 * p) * rowLength;
-                double* s1 = s0 + rowLength;
-                double* s2 = s1 + rowLength;
-                float const* fo = leaving[p];
-                float const* fi = entering[p];
-                double const l = lo[p];
-                double const e = in1[p];
-                for (size_t x = 0; x < rowLength; ++x) {
+                double* s0 = sums + size_t(3 * p) * stride;
+                double* s1 = s0 + stride;
+                double* s2 = s1 + stride;
+                float const* fo = rowAt(y - 1 + k.pieces[p].lo);
+                float const* fi = rowAt(y + k.pieces[p].hi);
+                double const l = w.lo[p];
+                double const e = w.in1[p];
+                for (size_t x = 0; x < width; ++x) {
                     double const n0 = s0[x] - double(fo[x]) + double(fi[x]);
                     double const t1 = s1[x] - l * double(fo[x]) + e * double(fi[x]);
                     double const t2 = s2[x] - l * l * double(fo[x]) + e * e * double(fi[x]);
@@ -164,51 +217,64 @@ WIDEST_VECTORS void sweepRows(float const* in, size_t rowLength, int rows, Piece
                     s2[x] = t2 - 2.0 * t1 + n0;
                 }
             }
-        for (size_t x = 0; x < rowLength; ++x) {
+        }
+        for (size_t x = 0; x < width; ++x) {
             double total = 0.0;
             for (int p = 0; p < Pieces; ++p) {
-                double const* s0 = sums + size_t(3 * p) * rowLength;
-                total += a[p] * s0[x] + b[p] * s0[x + rowLength] + c[p] * s0[x + 2 * rowLength];
+                double const* s0 = sums + size_t(3 * p) * stride;
+                total += w.a[p] * s0[x] + w.b[p] * s0[x + stride] + w.c[p] * s0[x + 2 * stride];
             }
             o[x] = float(total);
         }
     }
 }
 
-void sweepRows(float const* in, size_t rowLength, int rows, PiecewiseKernel const& k, double scale, float* out)
+// Each output row is the kernel over the rows around it (edge rows
+// repeating), every column at once, for rows [from, to). in holds whole
+// numbers; out receives the weighted sums divided by the norm and by scale,
+// row from first. The piece count is a template argument so that the loops
+// over a row unroll over the pieces and vectorise.
+template <int Pieces>
+void sweepRows(float const* in, size_t rowLength, int rows, int from, int to, PiecewiseKernel const& k,
+               double scale, float* out)
+{
+    static thread_local std::vector<double> keep;
+    double* sums = scratch(keep, size_t(3 * Pieces) * sweepStripWidth);
+    SweepWeights<Pieces> const weights(k, scale);
+    for (size_t first = 0; first < rowLength; first += sweepStripWidth)
+        sweepStrip<Pieces>(in + first, rowLength, std::min(sweepStripWidth, rowLength - first), rows, from, to, k,
+                           weights, sums, out + first);
+}
+
+void sweepRows(float const* in, size_t rowLength, int rows, int from, int to, PiecewiseKernel const& k, double scale,
+               float* out)
 {
     if (k.count == 3)
-        sweepRows<3>(in, rowLength, rows, k, scale, out);
+        sweepRows<3>(in, rowLength, rows, from, to, k, scale, out);
     else
-        sweepRows<1>(in, rowLength, rows, k, scale, out);
+        sweepRows<1>(in, rowLength, rows, from, to, k, scale, out);
 }
 
 // Rows and columns are exchanged in blocks of 32 x 32 pixels, so that both
 // the reads and the writes of a block stay in cache.
 constexpr int transposeBlock = 32;
 
-// Every sample quantised, in one plain loop.
-template <typename T>
-void quantisePlane(T const* samples, size_t count, double scale, float* out)
+// rect grown by reach on every side, within a width x height picture.
+PixelRect grownWithin(PixelRect rect, int reach, int width, int height)
 {
-    for (size_t i = 0; i < count; ++i)
-        out[i] = quantised(float(samples[i]), scale);
+    return PixelRect{std::max(rect.left - reach, 0), std::max(rect.top - reach, 0),
+                     int(std::min<long long>((long long)rect.right + reach, width)),
+                     int(std::min<long long>((long long)rect.bottom + reach, height))};
 }
 
-// Every sample stored as the image stores samples (8-bit blurs truncate
-// between the passes), then quantised for the next pass, in place.
-template <typename T>
-void storeAndQuantise(float* samples, size_t count, double scale)
-{
-    for (size_t i = 0; i < count; ++i)
-        samples[i] = quantised(float(FlexImage<T>::storeSample(clamp255(samples[i]))), scale);
-}
-
-// A plane of rows x length pixels with rows and columns exchanged: pixel x
-// of row y goes to row x, position y. Channels is the channel count, or 0
-// for any (anyChannels).
-template <int Channels>
-void exchangeRowsAndColumns(float const* in, int rows, int length, int anyChannels, float* out)
+// rows x length pixels from in (rows inStride samples apart) with rows and
+// columns exchanged into out (rows outStride samples apart): pixel x of row
+// y goes to row x, position y, each sample through change. Channels is the
+// channel count, or 0 for any (anyChannels). The passes' quantising and
+// storing ride along, so the samples cross memory once less.
+template <int Channels, typename In, typename Out, typename Change>
+void exchangeRowsAndColumns(In const* in, size_t inStride, int rows, int length, int anyChannels, Out* out,
+                            size_t outStride, Change change)
 {
     int const channels = Channels > 0 ? Channels : anyChannels;
     for (int y0 = 0; y0 < rows; y0 += transposeBlock)
@@ -216,185 +282,190 @@ void exchangeRowsAndColumns(float const* in, int rows, int length, int anyChanne
             int const y1 = std::min(y0 + transposeBlock, rows);
             int const x1 = std::min(x0 + transposeBlock, length);
             for (int y = y0; y < y1; ++y) {
-                float const* from = in + size_t(y) * length * channels;
+                In const* from = in + size_t(y) * inStride;
                 for (int x = x0; x < x1; ++x)
                     for (int c = 0; c < channels; ++c)
-                        out[(size_t(x) * rows + y) * channels + c] = from[size_t(x) * channels + c];
+                        out[size_t(x) * outStride + size_t(y) * channels + c] = change(from[size_t(x) * channels + c]);
             }
         }
 }
 
-void exchangeRowsAndColumns(float const* in, int rows, int length, int channels, float* out)
+template <typename In, typename Out, typename Change>
+void exchangeRowsAndColumns(In const* in, size_t inStride, int rows, int length, int channels, Out* out,
+                            size_t outStride, Change change)
 {
-    if (channels == 3)
-        exchangeRowsAndColumns<3>(in, rows, length, channels, out);
+    if (channels == 1)
+        exchangeRowsAndColumns<1>(in, inStride, rows, length, channels, out, outStride, change);
+    else if (channels == 3)
+        exchangeRowsAndColumns<3>(in, inStride, rows, length, channels, out, outStride, change);
     else if (channels == 4)
-        exchangeRowsAndColumns<4>(in, rows, length, channels, out);
+        exchangeRowsAndColumns<4>(in, inStride, rows, length, channels, out, outStride, change);
     else
-        exchangeRowsAndColumns<0>(in, rows, length, channels, out);
+        exchangeRowsAndColumns<0>(in, inStride, rows, length, channels, out, outStride, change);
+}
+
+// A plane of rows x length pixels, contiguous, exchanged as it is.
+template <typename Change>
+void exchangeRowsAndColumns(float const* in, int rows, int length, int channels, float* out, Change change)
+{
+    exchangeRowsAndColumns(in, size_t(length) * channels, rows, length, channels, out, size_t(rows) * channels,
+                           change);
+}
+
+// The changes made on the way: a sample quantised; a pass result stored as
+// the image stores samples (8-bit blurs truncate between the passes), then
+// quantised for the next pass; a result stored.
+auto quantisedBy(double scale)
+{
+    return [scale](auto sample) { return quantised(float(sample), scale); };
+}
+
+template <typename T>
+auto storedAndQuantisedBy(double scale)
+{
+    return [scale](float v) { return quantised(float(FlexImage<T>::storeSample(clamp255(v))), scale); };
+}
+
+template <typename T>
+auto storedAs()
+{
+    return [](float v) { return FlexImage<T>::storeSample(clamp255(v)); };
+}
+
+auto unchanged()
+{
+    return [](float v) { return v; };
 }
 
 // --- one pass along lines, each position with its own kernel -------------
 
-// The running sums of one piece of one line: sums of i^k f over a window of
-// offsets lo..hi around the current position, per channel.
-struct Window
-{
-    int lo = 0;
-    int hi = -1; // empty
-    double s[4][3] = {};
-};
-
-// Kernels up to this reach are summed tap by tap: for them that is
-// cheaper than keeping windows.
-constexpr int directVaryingReach = 6;
-
-// Slides the windows of a line along it, each position taking the kernel of
-// its own radius. Channels is the channel count, or 0 for any.
+// Prefix sums of i^0 f, i^1 f and i^2 f along one line, extended by pad
+// repeated edge samples at each end, in 64-bit whole numbers that wrap. The
+// samples are whole numbers, and every window's true sums fit well within 63
+// bits, so a window's sums taken as differences of prefixes are exact however
+// often the prefixes wrapped: they depend only on the samples under the
+// window, not on where the line starts. Any window then costs the same,
+// whatever its size, and each position can take its own.
 template <int Channels>
-class VaryingLine
+class LinePrefixSums
 {
 public:
-    VaryingLine(float const* samples, int length, int anyChannels, double scale)
-        : samples(samples), length(length), channels(Channels > 0 ? Channels : anyChannels), scale(scale)
+    LinePrefixSums(int anyChannels, int pad) : channels(Channels > 0 ? Channels : anyChannels), pad(pad) {}
+
+    void build(float const* samples, int length)
     {
+        size_t const positions = size_t(length) + 2 * size_t(pad);
+        prefix.resize((positions + 1) * perPosition());
+        std::fill(prefix.begin(), prefix.begin() + perPosition(), 0);
+        for (size_t j = 0; j < positions; ++j) {
+            ptrdiff_t const source = std::clamp(ptrdiff_t(j) - pad, ptrdiff_t(0), ptrdiff_t(length - 1));
+            float const* f = samples + size_t(source) * channelCount();
+            uint64_t const* before = &prefix[j * perPosition()];
+            uint64_t* after = &prefix[(j + 1) * perPosition()];
+            uint64_t const i = j;
+            for (int c = 0; c < channelCount(); ++c) {
+                uint64_t const v = uint64_t(f[c]);
+                after[3 * c] = before[3 * c] + v;
+                after[3 * c + 1] = before[3 * c + 1] + i * v;
+                after[3 * c + 2] = before[3 * c + 2] + i * i * v;
+            }
+        }
     }
 
-    // The blurred samples at position x for kernel k.
-    void blurAt(int x, PiecewiseKernel const& k, float* out)
+    // The blurred samples at position x for kernel k, toSample = 1 / (norm
+    // x scale): each piece contributes a S0 + b S1 + c S2, where Sk is the
+    // sum of offset^k times sample over its offsets.
+    void blurAt(int x, SymmetricKernel const& k, double toSample, float* out) const
     {
-        if (k.reach <= directVaryingReach) {
-            // The middle of the picture is blurred little or not at all: no
-            // window to keep there.
-            sumDirectly(x, k, out);
-            valid = false;
-            return;
-        }
-        if (!valid || k.count != pieceCount) {
-            rebuild(x, k);
-        } else {
-            for (int p = 0; p < pieceCount; ++p)
-                follow(windows[p], x, k.pieces[p]);
-        }
-        position = x;
-        double const toSample = 1.0 / (k.norm * scale);
-        for (int c = 0; c < channels; ++c) {
-            double total = 0.0;
-            for (int p = 0; p < pieceCount; ++p) {
-                KernelPiece const& piece = k.pieces[p];
-                total += piece.a * windows[p].s[c][0] + piece.b * windows[p].s[c][1] + piece.c * windows[p].s[c][2];
-            }
+        size_t const at = size_t(x) + size_t(pad);
+        // The pieces' bounds as prefix positions: left A..B, middle B..C,
+        // right C..D (an empty side reads one prefix twice: sums of 0).
+        uint64_t const* A = &prefix[(at - k.reach) * perPosition()];
+        uint64_t const* B = &prefix[(at - k.inner) * perPosition()];
+        uint64_t const* C = &prefix[(at + k.inner + 1) * perPosition()];
+        uint64_t const* D = &prefix[(at + k.reach + 1) * perPosition()];
+        uint64_t const centre = at;
+        for (int c = 0; c < channelCount(); ++c) {
+            Sums const middle = sumsBetween(B + 3 * c, C + 3 * c, centre);
+            Sums const right = sumsBetween(C + 3 * c, D + 3 * c, centre);
+            Sums const left = sumsBetween(A + 3 * c, B + 3 * c, centre);
+            double total = k.a * middle.s0 + k.c * middle.s2;
+            total += k.sideA * right.s0 + k.sideB * right.s1 + k.sideC * right.s2;
+            total += k.sideA * left.s0 - k.sideB * left.s1 + k.sideC * left.s2;
             out[c] = float(total * toSample);
         }
     }
 
 private:
-    float const* samples;
-    int length;
     int channels;
-    double scale;
-    Window windows[3];
+    int pad;
+    std::vector<uint64_t> prefix;
 
-    void sumDirectly(int x, PiecewiseKernel const& k, float* out) const
-    {
-        double totals[4] = {};
-        for (int p = 0; p < k.count; ++p) {
-            KernelPiece const& piece = k.pieces[p];
-            for (int i = piece.lo; i <= piece.hi; ++i) {
-                double const w = piece.a + piece.b * i + piece.c * double(i) * double(i);
-                float const* sample = samples + size_t(std::clamp(x + i, 0, length - 1)) * channels;
-                for (int c = 0; c < channels; ++c)
-                    totals[c] += w * double(sample[c]);
-            }
-        }
-        double const toSample = 1.0 / (k.norm * scale);
-        for (int c = 0; c < channels; ++c)
-            out[c] = float(totals[c] * toSample);
-    }
-    int pieceCount = 0;
-    int position = 0;
-    bool valid = false;
+    int channelCount() const { return Channels > 0 ? Channels : channels; }
 
-    void add(Window& w, int x, int offset, double sign)
+    struct Sums
     {
-        float const* p = samples + size_t(std::clamp(x + offset, 0, length - 1)) * channels;
-        double const i = offset;
-        for (int c = 0; c < channels; ++c) {
-            double const f = sign * double(p[c]);
-            w.s[c][0] += f;
-            w.s[c][1] += i * f;
-            w.s[c][2] += i * i * f;
-        }
-    }
+        double s0, s1, s2;
+    };
 
-    void fill(Window& w, int x, KernelPiece const& piece)
+    // Sums over absolute positions j between two prefixes, moved to
+    // offsets j - centre.
+    static Sums sumsBetween(uint64_t const* from, uint64_t const* to, uint64_t centre)
     {
-        w = Window();
-        w.lo = piece.lo;
-        w.hi = piece.hi;
-        for (int i = piece.lo; i <= piece.hi; ++i)
-            add(w, x, i, 1.0);
+        uint64_t const d0 = to[0] - from[0];
+        uint64_t const d1 = to[1] - from[1];
+        uint64_t const d2 = to[2] - from[2];
+        return Sums{double(int64_t(d0)), double(int64_t(d1 - centre * d0)),
+                    double(int64_t(d2 - 2 * centre * d1 + centre * centre * d0))};
     }
-
-    void rebuild(int x, PiecewiseKernel const& k)
-    {
-        pieceCount = k.count;
-        for (int p = 0; p < pieceCount; ++p)
-            fill(windows[p], x, k.pieces[p]);
-        valid = true;
-    }
-
-    // Moves a window from the previous position to x and to the piece's
-    // offsets, one sample at each end at a time.
-    void follow(Window& w, int x, KernelPiece const& piece)
-    {
-        int const step = x - position;
-        bool const overlaps = w.lo <= w.hi && piece.lo <= piece.hi && w.lo - step <= piece.hi &&
-                              piece.lo <= w.hi - step;
-        if (step != 1 || !overlaps) {
-            fill(w, x, piece);
-            return;
-        }
-        // The same samples, one offset nearer: i becomes i - 1.
-        for (int c = 0; c < channels; ++c) {
-            double* s = w.s[c];
-            s[2] = s[2] - 2.0 * s[1] + s[0];
-            s[1] = s[1] - s[0];
-        }
-        w.lo -= 1;
-        w.hi -= 1;
-        while (w.lo < piece.lo)
-            add(w, x, w.lo++, -1.0);
-        while (w.lo > piece.lo)
-            add(w, x, --w.lo, 1.0);
-        while (w.hi < piece.hi)
-            add(w, x, ++w.hi, 1.0);
-        while (w.hi > piece.hi)
-            add(w, x, w.hi--, -1.0);
-    }
+    size_t perPosition() const { return size_t(3 * channelCount()); }
 };
 
-// Blurs every line of a plane of lines x positions x channels, each position
-// with the kernel of its radius (radii[line * length + position]).
+// Blurs positions [from, to) of every line of a plane of lines x length
+// positions x channels, each with the kernel of its radius (radii[line *
+// radiiStride + position]), into lines of to - from positions; pad is at
+// least the largest reach of those kernels.
 template <int Channels>
-void sweepVaryingLines(float const* in, int lines, int length, int channels, float const* radii, BlurMethod method,
-                       double scale, float* out)
+void sweepVaryingLines(float const* in, int lines, int length, int anyChannels, float const* radii,
+                       size_t radiiStride, int from, int to, BlurMethod method, double scale, int pad, float* out)
 {
+    int const channels = Channels > 0 ? Channels : anyChannels;
+    int const made = to - from;
+    LinePrefixSums<Channels> sums(channels, pad);
+    std::vector<SymmetricKernel> shapes(static_cast<size_t>(made));
+    std::vector<double> toSample(static_cast<size_t>(made));
     for (int line = 0; line < lines; ++line) {
-        size_t const first = size_t(line) * size_t(length);
-        VaryingLine<Channels> sweep(in + first * channels, length, channels, scale);
-        for (int x = 0; x < length; ++x)
-            sweep.blurAt(x, PiecewiseKernel::forRadius(method, radii[first + x]), out + (first + x) * channels);
+        sums.build(in + size_t(line) * length * channels, length);
+        // The line's kernels first, in a loop of their own: their divisions
+        // then overlap instead of each holding up its pixel's sums.
+        float const* lineRadii = radii + size_t(line) * radiiStride;
+        for (int i = 0; i < made; ++i) {
+            shapes[i] = shapeForRadius(method, lineRadii[from + i]);
+            toSample[i] = 1.0 / (shapes[i].norm * scale);
+        }
+        float* lineOut = out + size_t(line) * made * channels;
+        for (int i = 0; i < made; ++i)
+            sums.blurAt(from + i, shapes[i], toSample[i], lineOut + size_t(i) * channels);
     }
 }
 
-void sweepVarying(float const* in, int lines, int length, int channels, float const* radii, BlurMethod method,
-                  double scale, float* out)
+// The reach of the largest of the radii (those that are not numbers blur
+// nothing), at most a million pixels.
+int reachOfLargest(float const* radii, size_t count)
+{
+    float largest = 0.0f;
+    for (size_t i = 0; i < count; ++i)
+        largest = radii[i] > largest ? radii[i] : largest;
+    return int(std::ceil(std::min(largest, 1.0e6f)));
+}
+
+void sweepVarying(float const* in, int lines, int length, int channels, float const* radii, size_t radiiStride,
+                  int from, int to, BlurMethod method, double scale, int pad, float* out)
 {
     if (channels == 3)
-        sweepVaryingLines<3>(in, lines, length, channels, radii, method, scale, out);
+        sweepVaryingLines<3>(in, lines, length, channels, radii, radiiStride, from, to, method, scale, pad, out);
     else
-        sweepVaryingLines<0>(in, lines, length, channels, radii, method, scale, out);
+        sweepVaryingLines<0>(in, lines, length, channels, radii, radiiStride, from, to, method, scale, pad, out);
 }
 
 // --- discs from row spans ------------------------------------------------
@@ -564,73 +635,90 @@ void storePlane(float const* values, size_t count, T* out)
         out[i] = FlexImage<T>::storeSample(clamp255(values[i]));
 }
 
+// Values for a block of the image, row after row, stored as the image
+// stores samples.
+template <typename T>
+void storeBlock(float const* values, PixelRect block, FlexImage<T>* image)
+{
+    size_t const rowSamples = size_t(block.width()) * image->channels;
+    for (int y = block.top; y < block.bottom; ++y)
+        storePlane(values + size_t(y - block.top) * rowSamples, rowSamples, image->pixelAt(block.left, y));
+}
+
 } // namespace
 
 PiecewiseKernel PiecewiseKernel::forBlur(BlurMethod method, float x, int r)
 {
     if (r <= 0)
-        return identityKernel();
-    return method == BlurBox ? boxPieces(x, r) : gaussianPieces(x, r);
+        return piecesOf(SymmetricKernel());
+    return piecesOf(method == BlurBox ? boxShape(x, r) : gaussianShape(x, r));
 }
 
-PiecewiseKernel PiecewiseKernel::forRadius(BlurMethod method, float radius)
-{
-    if (!(radius > 0.0f))
-        return identityKernel();
-    return forBlur(method, radius, int(std::ceil(radius)));
-}
 
 template <typename T>
 void runningSeparableBlur(FlexImage<T>* image, PiecewiseKernel const& kernel)
 {
-    int const width = image->width;
-    int const height = image->height;
     int const channels = image->channels;
-    if (width <= 0 || height <= 0 || isIdentity(kernel))
+    PixelRect const used = UsedRegion::of(image->width, image->height);
+    if (used.width() <= 0 || used.height() <= 0 || isIdentity(kernel))
         return;
     double const scale = scaleFor(kernel.reach);
-    size_t const samples = image->sampleCount();
+    // The rows pass makes the used columns of every row the columns pass
+    // reads, from the columns around them.
+    PixelRect const read = grownWithin(used, kernel.reach, image->width, image->height);
+    size_t const imageStride = size_t(image->width) * channels;
+    size_t const samples = size_t(read.width()) * read.height() * channels;
     static thread_local std::vector<float> keepPlane;
     static thread_local std::vector<float> keepBlurred;
-    float* quantisedPlane = scratch(keepPlane, samples);
+    float* plane = scratch(keepPlane, samples);
     float* blurred = scratch(keepBlurred, samples);
     // Rows: with rows and columns exchanged, each row of the picture is a
     // column of the plane, and the pass is a sweep down the plane's rows.
-    quantisePlane(image->pixels, samples, scale, blurred);
-    exchangeRowsAndColumns(blurred, height, width, channels, quantisedPlane);
-    sweepRows(quantisedPlane, size_t(height) * channels, width, kernel, scale, blurred);
-    // Stored as the image stores samples, so 8-bit blurs truncate between
-    // passes, and exchanged back.
-    storeAndQuantise<T>(blurred, samples, scale);
-    exchangeRowsAndColumns(blurred, width, height, channels, quantisedPlane);
-    sweepRows(quantisedPlane, size_t(width) * channels, height, kernel, scale, blurred);
-    storePlane(blurred, samples, image->pixels);
+    exchangeRowsAndColumns(image->pixelAt(read.left, read.top), imageStride, read.height(), read.width(), channels,
+                           plane, size_t(read.height()) * channels, quantisedBy(scale));
+    sweepRows(plane, size_t(read.height()) * channels, read.width(), used.left - read.left, used.right - read.left,
+              kernel, scale, blurred);
+    // Exchanged back, stored as the image stores samples and quantised.
+    exchangeRowsAndColumns(blurred, used.width(), read.height(), channels, plane, storedAndQuantisedBy<T>(scale));
+    sweepRows(plane, size_t(used.width()) * channels, read.height(), used.top - read.top, used.bottom - read.top,
+              kernel, scale, blurred);
+    storeBlock(blurred, used, image);
 }
 
 template <typename T>
 void runningVariableBlur(FlexImage<T>* image, float const* radii, BlurMethod method, float largestRadius)
 {
     int const width = image->width;
-    int const height = image->height;
     int const channels = image->channels;
-    if (width <= 0 || height <= 0)
+    PixelRect const used = UsedRegion::of(width, image->height);
+    if (used.width() <= 0 || used.height() <= 0)
         return;
     // Past a million pixels the scale has long reached its floor.
     double const scale = scaleFor(largestRadius > 0.0f ? int(std::ceil(std::min(largestRadius, 1.0e6f))) : 0);
-    size_t const samples = image->sampleCount();
+    int const reach = reachOfLargest(radii, size_t(width) * image->height);
+    PixelRect const read = grownWithin(used, reach, width, image->height);
+    size_t const samples = size_t(read.width()) * read.height() * channels;
     std::vector<float> plane(samples);
     std::vector<float> blurred(samples);
-    quantisePlane(image->pixels, samples, scale, plane.data());
-    sweepVarying(plane.data(), height, width, channels, radii, method, scale, blurred.data());
+    // Rows: the used columns of every row the columns pass reads.
+    size_t const rowSamples = size_t(read.width()) * channels;
+    for (int y = read.top; y < read.bottom; ++y) {
+        T const* row = image->pixelAt(read.left, y);
+        std::transform(row, row + rowSamples, &plane[size_t(y - read.top) * rowSamples], quantisedBy(scale));
+    }
+    sweepVarying(plane.data(), read.height(), read.width(), channels, radii + size_t(read.top) * width + read.left,
+                 width, used.left - read.left, used.right - read.left, method, scale, reach, blurred.data());
     // Columns: rows and columns exchanged, radii too, the rows' results
     // stored as the image stores samples.
-    std::vector<float> transposedRadii(size_t(width) * height);
-    exchangeRowsAndColumns(radii, height, width, 1, transposedRadii.data());
-    storeAndQuantise<T>(blurred.data(), samples, scale);
-    exchangeRowsAndColumns(blurred.data(), height, width, channels, plane.data());
-    sweepVarying(plane.data(), width, height, channels, transposedRadii.data(), method, scale, blurred.data());
-    exchangeRowsAndColumns(blurred.data(), width, height, channels, plane.data());
-    storePlane(plane.data(), samples, image->pixels);
+    std::vector<float> columnRadii(size_t(used.width()) * read.height());
+    exchangeRowsAndColumns(radii + size_t(read.top) * width + used.left, size_t(width), read.height(), used.width(),
+                           1, columnRadii.data(), size_t(read.height()), unchanged());
+    exchangeRowsAndColumns(blurred.data(), read.height(), used.width(), channels, plane.data(),
+                           storedAndQuantisedBy<T>(scale));
+    sweepVarying(plane.data(), used.width(), read.height(), channels, columnRadii.data(), read.height(),
+                 used.top - read.top, used.bottom - read.top, method, scale, reach, blurred.data());
+    exchangeRowsAndColumns(blurred.data(), size_t(used.height()) * channels, used.width(), used.height(), channels,
+                           image->pixelAt(used.left, used.top), size_t(width) * channels, storedAs<T>());
 }
 
 template <typename T>
@@ -643,7 +731,8 @@ void circleBlurBySpans(FlexImage<T>* image, float x, int r)
     size_t const rowSamples = size_t(image->width) * image->channels;
     std::vector<double> total(rowSamples);
     double const toSample = disc.toSample(rows);
-    for (int y = 0; y < image->height; ++y) {
+    PixelRect const used = UsedRegion::of(image->width, image->height);
+    for (int y = used.top; y < used.bottom; ++y) {
         std::fill(total.begin(), total.end(), 0.0);
         disc.addRow(rows, y, total.data());
         T* out = image->pixelAt(0, y);
@@ -658,11 +747,12 @@ void variableCircleBlur(FlexImage<T>* image, float const* radii)
     if (image->width <= 0 || image->height <= 0)
         return;
     RowSums const rows(*image);
-    std::vector<float> out(image->sampleCount());
-    for (int y = 0; y < image->height; ++y)
-        for (int px = 0; px < image->width; ++px) {
+    PixelRect const used = UsedRegion::of(image->width, image->height);
+    std::vector<float> out(size_t(used.width()) * used.height() * image->channels);
+    for (int y = used.top; y < used.bottom; ++y)
+        for (int px = used.left; px < used.right; ++px) {
             size_t const at = size_t(y) * image->width + px;
-            float* o = &out[at * image->channels];
+            float* o = &out[(size_t(y - used.top) * used.width() + (px - used.left)) * image->channels];
             float const radius = radii[at];
             if (!(radius > 0.0f)) {
                 for (int c = 0; c < image->channels; ++c)
@@ -671,7 +761,7 @@ void variableCircleBlur(FlexImage<T>* image, float const* radii)
             }
             Disc(radius, int(std::ceil(radius))).blurAt(rows, px, y, o);
         }
-    storePlane(out.data(), out.size(), image->pixels);
+    storeBlock(out.data(), used, image);
 }
 
 template void runningSeparableBlur(FlexImage<unsigned char>*, PiecewiseKernel const&);

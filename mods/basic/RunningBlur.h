@@ -36,8 +36,6 @@ struct PiecewiseKernel
 
     // The Blur filter's kernel for extent x (Gaussian or Box), radius r.
     static PiecewiseKernel forBlur(BlurMethod method, float x, int r);
-    // The circular blur's kernel of a fractional radius (Gaussian or Box).
-    static PiecewiseKernel forRadius(BlurMethod method, float radius);
 };
 
 // The separable blur of separableBlur() with the given kernel, rows first,

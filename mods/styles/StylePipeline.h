@@ -7,6 +7,7 @@
 
 #include "mods/ImageModStyle.h"
 #include "mods/ImageModTemplate.h"
+#include "mods/UsedRegion.h"
 
 // The filters a style runs, in order, each built for one Amount and one
 // Variation. They only read their variables while they run, so one set
@@ -36,8 +37,7 @@ public:
     template <typename T>
     void apply(FlexImage<T>* image, ImageModChunkInfo* info) const
     {
-        for (ImageMod* step : steps)
-            step->applyMod(image, info);
+        UsedRegion::applyInTurn(steps, image, info);
     }
 
 private:

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <string>
 
 #include "extension/ImageModRegistry.h"
 #include "mods/ImageModderBands.h"
@@ -109,21 +110,34 @@ TEST_F(RendererBands, HaloAndBandFollowTheChain)
 }
 
 // Two filters that read neighbours, one after the other: the bands equal the
-// two applied in turn to the whole picture (no tiles at all).
+// two applied in turn to the whole picture (no tiles at all). The first one
+// must also be right as far into the halo as the second one reads (the blurs
+// work only on the part of a tile that is read afterwards).
 TEST_F(RendererBands, ChainedNeighbourhoodsNeedTheirHalosAdded)
 {
-    auto sharpen = filter("Sharpen", 60.0f);
-    auto blur = filter("Blur", 30.0f);
-    GrowArray<ImageMod*> chain = chainOf({sharpen.get(), blur.get()});
-    auto source = patternImage<float>(300, 530, 3, 7);
-    FlexImage<float> whole;
-    whole.copyFromImage(*source, true);
-    ImageModChunkInfo info;
-    info.fullWidth = whole.width;
-    info.fullHeight = whole.height;
-    sharpen->applyMod(&whole, &info);
-    blur->applyMod(&whole, &info);
-    FlexImage<float> banded;
-    renderInBands(chain, *source, &banded);
-    EXPECT_TRUE(sameColours(banded, whole));
+    struct Pair
+    {
+        char const* first;
+        float firstAmount;
+        char const* second;
+        float secondAmount;
+    };
+    for (Pair p : {Pair{"Sharpen", 60.0f, "Blur", 30.0f}, Pair{"Blur", 30.0f, "Sharpen", 60.0f},
+                   Pair{"Radial Blur", 0.6f, "Blur", 30.0f}, Pair{"Blur", 30.0f, "Radial Blur", 0.6f}}) {
+        SCOPED_TRACE(std::string(p.first) + " then " + p.second);
+        auto first = filter(p.first, p.firstAmount);
+        auto second = filter(p.second, p.secondAmount);
+        GrowArray<ImageMod*> chain = chainOf({first.get(), second.get()});
+        auto source = patternImage<float>(300, 530, 3, 7);
+        FlexImage<float> whole;
+        whole.copyFromImage(*source, true);
+        ImageModChunkInfo info;
+        info.fullWidth = whole.width;
+        info.fullHeight = whole.height;
+        first->applyMod(&whole, &info);
+        second->applyMod(&whole, &info);
+        FlexImage<float> banded;
+        renderInBands(chain, *source, &banded);
+        EXPECT_TRUE(sameColours(banded, whole));
+    }
 }
