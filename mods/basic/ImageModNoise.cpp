@@ -272,19 +272,27 @@ void ImageModNoise::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
     float const strength = std::pow(amount * 0.01f, 1.4f);
     float const amplitude = (amount * 0.01f) * (amount * 0.01f) * 255.0f;
     float const scale = floatVarInRange(1); // a missing Scale reads 0: fineness 0.4
-    GrainPlacement const at = placementFor(*image, info, scale, floatVar(2));
+    // Grain only where the results are read; it lies by picture position,
+    // so the part is placed where it is in the picture.
+    PixelRect const used = UsedRegion::of(image->width, image->height);
+    if (used.width() <= 0 || used.height() <= 0)
+        return;
+    GrainPlacement at = placementFor(*image, info, scale, floatVar(2));
+    at.firstColumn += used.left;
+    at.firstRow += used.top;
+    int const width = used.width();
     int const channels = image->channels;
     int const fieldCount = additive && mode != 2 ? 3 : 1;
-    GrainFields fields(at, image->width, fieldCount, additive);
-    std::vector<float> exponents(additive ? 0 : size_t(image->width) * size_t(channels));
-    for (int row = 0; row < image->height; ++row) {
+    GrainFields fields(at, width, fieldCount, additive);
+    std::vector<float> exponents(additive ? 0 : size_t(width) * size_t(channels));
+    for (int row = 0; row < used.height(); ++row) {
         fields.moveToRow(row);
-        T* p = image->pixelAt(0, row);
+        T* p = image->pixelAt(used.left, used.top + row);
         if (!additive) {
-            addLuminanceGrain(p, image->width, channels, fields.field(0), strength, exponents.data());
+            addLuminanceGrain(p, width, channels, fields.field(0), strength, exponents.data());
             continue;
         }
-        for (int col = 0; col < image->width; ++col, p += channels) {
+        for (int col = 0; col < width; ++col, p += channels) {
             float pixelFields[3];
             for (int f = 0; f < fieldCount; ++f)
                 pixelFields[f] = fields.field(f)[col];

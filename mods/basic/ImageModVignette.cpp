@@ -21,14 +21,15 @@ ImageModVignette::ImageModVignette(float amount, float sharpness, float radius)
 
 namespace {
 
-// How much the vignette takes from each pixel of a row dy from the centre.
+// How much the vignette takes from count pixels of a row dy from the centre,
+// from column first on.
 template <typename T>
-void darkenAlongRow(float dy, float centreX, float reach, float e, float a, int width, float* out)
+void darkenAlongRow(float dy, float centreX, float reach, float e, float a, int first, int count, float* out)
 {
-    for (int x = 0; x < width; ++x) {
-        float const dx = float(x) - centreX;
+    for (int i = 0; i < count; ++i) {
+        float const dx = float(first + i) - centreX;
         float const d = std::sqrt(dx * dx + dy * dy) / reach;
-        out[x] = radialRamp(d, e, [](float b, float k) { return samplePow<T>(b, k); }) * a * 255.0f;
+        out[i] = radialRamp(d, e, [](float b, float k) { return samplePow<T>(b, k); }) * a * 255.0f;
     }
 }
 
@@ -47,14 +48,17 @@ void ImageModVignette::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
     float const reach = 2.0f * floatVarInRange(2) * std::sqrt(halfW * halfW + halfH * halfH);
     int const channels = image->channels;
     // The darkening along a row first, in one plain loop (the power
-    // vectorises for float pictures), then the samples.
-    std::vector<float> darkening(size_t(std::max(image->width, 0)));
-    for (int y = 0; y < image->height; ++y) {
-        darkenAlongRow<T>(float(y) - frame.centreY, frame.centreX, reach, e, a, image->width, darkening.data());
-        T* p = image->pixelAt(0, y);
-        for (int x = 0; x < image->width; ++x, p += channels)
+    // vectorises for float pictures), then the samples; only where the
+    // results are read.
+    PixelRect const used = UsedRegion::of(image->width, image->height);
+    std::vector<float> darkening(size_t(std::max(used.width(), 0)));
+    for (int y = used.top; y < used.bottom; ++y) {
+        darkenAlongRow<T>(float(y) - frame.centreY, frame.centreX, reach, e, a, used.left, used.width(),
+                          darkening.data());
+        T* p = image->pixelAt(used.left, y);
+        for (int i = 0; i < used.width(); ++i, p += channels)
             for (int c = 0; c < channels; ++c)
-                p[c] = FlexImage<T>::storeSample(clamp255(float(p[c]) - darkening[x]));
+                p[c] = FlexImage<T>::storeSample(clamp255(float(p[c]) - darkening[i]));
     }
 }
 

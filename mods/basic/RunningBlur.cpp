@@ -25,11 +25,14 @@ double scaleFor(int reach)
 }
 
 // A sample as a whole number of 1/scale levels (exact in a float: at most
-// 255 x 2^15 < 2^24), rounded to nearest. Samples outside 0..255 count as
-// the nearest end.
+// 255 x 2^15 < 2^23), rounded to nearest. Samples outside 0..255 count as
+// the nearest end (halves up). In float arithmetic, which vectorises: the
+// scale is a power of two, so the product is exact, and so is its fraction.
 inline float quantised(float v, double scale)
 {
-    return float(int(double(clamp255(v)) * scale + 0.5));
+    float const exact = clamp255(v) * float(scale);
+    float const whole = float(int(exact));
+    return whole + float(exact - whole >= 0.5f);
 }
 
 // Scratch planes kept per thread: a blur of a large tile needs tens of
@@ -373,8 +376,11 @@ public:
     }
 
     // The blurred samples at position x for kernel k, toSample = 1 / (norm
-    // x scale): each piece contributes a S0 + b S1 + c S2, where Sk is the
-    // sum of offset^k times sample over its offsets.
+    // x scale). With Sk the sum of offset^k times sample over a piece, the
+    // middle contributes a S0 + c S2, and the two sides, whose weights
+    // mirror each other, sideA (S0 of both) + sideB (S1 right - S1 left) +
+    // sideC (S2 of both): the sides' sums are combined as whole numbers
+    // before they are moved to the centre and turned into doubles.
     void blurAt(int x, SymmetricKernel const& k, double toSample, float* out) const
     {
         size_t const at = size_t(x) + size_t(pad);
@@ -384,14 +390,31 @@ public:
         uint64_t const* B = &prefix[(at - k.inner) * perPosition()];
         uint64_t const* C = &prefix[(at + k.inner + 1) * perPosition()];
         uint64_t const* D = &prefix[(at + k.reach + 1) * perPosition()];
-        uint64_t const centre = at;
+        // Sums over absolute positions j become sums over offsets j - X:
+        // S1 = P1 - X P0 and S2 = P2 - 2 X P1 + X^2 P0.
+        uint64_t const X = at;
+        uint64_t const twiceX = 2 * X;
+        uint64_t const squareX = X * X;
         for (int c = 0; c < channelCount(); ++c) {
-            Sums const middle = sumsBetween(B + 3 * c, C + 3 * c, centre);
-            Sums const right = sumsBetween(C + 3 * c, D + 3 * c, centre);
-            Sums const left = sumsBetween(A + 3 * c, B + 3 * c, centre);
-            double total = k.a * middle.s0 + k.c * middle.s2;
-            total += k.sideA * right.s0 + k.sideB * right.s1 + k.sideC * right.s2;
-            total += k.sideA * left.s0 - k.sideB * left.s1 + k.sideC * left.s2;
+            uint64_t const* a = A + 3 * c;
+            uint64_t const* b = B + 3 * c;
+            uint64_t const* m = C + 3 * c;
+            uint64_t const* d = D + 3 * c;
+            uint64_t const middle0 = m[0] - b[0];
+            uint64_t const middle1 = m[1] - b[1];
+            uint64_t const middle2 = m[2] - b[2];
+            uint64_t const both0 = (d[0] - m[0]) + (b[0] - a[0]);
+            uint64_t const both1 = (d[1] - m[1]) + (b[1] - a[1]);
+            uint64_t const both2 = (d[2] - m[2]) + (b[2] - a[2]);
+            uint64_t const apart0 = (d[0] - m[0]) - (b[0] - a[0]);
+            uint64_t const apart1 = (d[1] - m[1]) - (b[1] - a[1]);
+            double const middleS0 = double(int64_t(middle0));
+            double const middleS2 = double(int64_t(middle2 - twiceX * middle1 + squareX * middle0));
+            double const sidesS0 = double(int64_t(both0));
+            double const sidesS1 = double(int64_t(apart1 - X * apart0));
+            double const sidesS2 = double(int64_t(both2 - twiceX * both1 + squareX * both0));
+            double const total =
+                k.a * middleS0 + k.c * middleS2 + (k.sideA * sidesS0 + k.sideB * sidesS1 + k.sideC * sidesS2);
             out[c] = float(total * toSample);
         }
     }
@@ -402,22 +425,6 @@ private:
     std::vector<uint64_t> prefix;
 
     int channelCount() const { return Channels > 0 ? Channels : channels; }
-
-    struct Sums
-    {
-        double s0, s1, s2;
-    };
-
-    // Sums over absolute positions j between two prefixes, moved to
-    // offsets j - centre.
-    static Sums sumsBetween(uint64_t const* from, uint64_t const* to, uint64_t centre)
-    {
-        uint64_t const d0 = to[0] - from[0];
-        uint64_t const d1 = to[1] - from[1];
-        uint64_t const d2 = to[2] - from[2];
-        return Sums{double(int64_t(d0)), double(int64_t(d1 - centre * d0)),
-                    double(int64_t(d2 - 2 * centre * d1 + centre * centre * d0))};
-    }
     size_t perPosition() const { return size_t(3 * channelCount()); }
 };
 

@@ -6,6 +6,26 @@
 
 #include "imaging/FlexImage.h"
 #include "imaging/Luminance.h"
+#include "mods/UsedRegion.h"
+
+// The per-sample and per-pixel loops below work on the part of the image
+// whose results are read (all of it, except in a renderer's tiles; see
+// UsedRegion), a row at a time, or in one stretch when that part spans whole
+// rows. span(samples, count) is called for each stretch.
+template <typename T, typename Span>
+void forEachUsedStretch(FlexImage<T>* image, Span span)
+{
+    PixelRect const used = UsedRegion::of(image->width, image->height);
+    if (used.width() <= 0 || used.height() <= 0)
+        return;
+    size_t const channels = size_t(image->channels);
+    if (used.width() == image->width) {
+        span(image->pixelAt(0, used.top), size_t(image->width) * channels * size_t(used.height()));
+        return;
+    }
+    for (int y = used.top; y < used.bottom; ++y)
+        span(image->pixelAt(used.left, y), size_t(used.width()) * channels);
+}
 
 // Applies a per-sample rule to every sample of the image. 8-bit images have
 // only 256 possible inputs, so the rule is evaluated once per input value into
@@ -14,17 +34,19 @@
 template <typename T, typename Rule>
 void forEachSample(FlexImage<T>* image, Rule rule)
 {
-    size_t const n = image->sampleCount();
-    T* samples = image->pixels;
     if constexpr (std::is_same_v<T, unsigned char>) {
         unsigned char table[256];
         for (int v = 0; v < 256; ++v)
             table[v] = FlexImage<unsigned char>::storeSample(rule(float(v)));
-        for (size_t i = 0; i < n; ++i)
-            samples[i] = table[samples[i]];
+        forEachUsedStretch(image, [&table](unsigned char* samples, size_t n) {
+            for (size_t i = 0; i < n; ++i)
+                samples[i] = table[samples[i]];
+        });
     } else {
-        for (size_t i = 0; i < n; ++i)
-            samples[i] = rule(samples[i]);
+        forEachUsedStretch(image, [&rule](T* samples, size_t n) {
+            for (size_t i = 0; i < n; ++i)
+                samples[i] = rule(samples[i]);
+        });
     }
 }
 
@@ -37,23 +59,23 @@ void forEachColorSample(FlexImage<T>* image, Rule rule)
         forEachSample(image, rule);
         return;
     }
-    size_t const pixelCount = size_t(image->width) * size_t(image->height);
     int const channels = image->channels;
-    T* p = image->pixels;
-    for (size_t i = 0; i < pixelCount; ++i, p += channels)
-        for (int c = 0; c < 3; ++c)
-            p[c] = FlexImage<T>::storeSample(rule(float(p[c])));
+    forEachUsedStretch(image, [&](T* p, size_t n) {
+        for (T* end = p + n; p < end; p += channels)
+            for (int c = 0; c < 3; ++c)
+                p[c] = FlexImage<T>::storeSample(rule(float(p[c])));
+    });
 }
 
 // Calls rule(pixel, channels) for every pixel.
 template <typename T, typename Rule>
 void forEachPixel(FlexImage<T>* image, Rule rule)
 {
-    size_t const pixelCount = size_t(image->width) * size_t(image->height);
     int const channels = image->channels;
-    T* p = image->pixels;
-    for (size_t i = 0; i < pixelCount; ++i, p += channels)
-        rule(p, channels);
+    forEachUsedStretch(image, [&](T* p, size_t n) {
+        for (T* end = p + n; p < end; p += channels)
+            rule(p, channels);
+    });
 }
 
 // Moves one row's pixels from luminance L[i] to targets[i], keeping hue and
@@ -92,17 +114,18 @@ void moveRowLuminance(T* pixels, int width, int channels, int movedChannels, flo
 template <typename T, typename RowTarget>
 void moveLuminanceByRows(FlexImage<T>* image, int movedChannels, RowTarget rowTarget)
 {
-    int const width = image->width;
     int const channels = image->channels;
+    PixelRect const used = UsedRegion::of(image->width, image->height);
+    int const width = used.width();
     std::vector<float> luminance(size_t(std::max(width, 0)));
     std::vector<float> moved(luminance.size());
-    for (int row = 0; row < image->height; ++row) {
-        T* p = image->pixelAt(0, row);
-        for (int col = 0; col < width; ++col)
-            luminance[col] = float(pixelLuminance(p + col * channels, channels));
+    for (int row = used.top; row < used.bottom; ++row) {
+        T* p = image->pixelAt(used.left, row);
+        for (int i = 0; i < width; ++i)
+            luminance[i] = float(pixelLuminance(p + i * channels, channels));
         auto const target = rowTarget(row);
-        for (int col = 0; col < width; ++col)
-            moved[col] = target(col, luminance[col]);
+        for (int i = 0; i < width; ++i)
+            moved[i] = target(used.left + i, luminance[i]);
         moveRowLuminance(p, width, channels, movedChannels, luminance.data(), moved.data());
     }
 }

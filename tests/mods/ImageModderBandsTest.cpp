@@ -122,8 +122,12 @@ TEST_F(RendererBands, ChainedNeighbourhoodsNeedTheirHalosAdded)
         char const* second;
         float secondAmount;
     };
+    // Filters of every kind of loop after one that reads neighbours: they
+    // work only on the tile's own pixels, and must place them right.
     for (Pair p : {Pair{"Sharpen", 60.0f, "Blur", 30.0f}, Pair{"Blur", 30.0f, "Sharpen", 60.0f},
-                   Pair{"Radial Blur", 0.6f, "Blur", 30.0f}, Pair{"Blur", 30.0f, "Radial Blur", 0.6f}}) {
+                   Pair{"Radial Blur", 0.6f, "Blur", 30.0f}, Pair{"Blur", 30.0f, "Radial Blur", 0.6f},
+                   Pair{"Blur", 30.0f, "Noise", 40.0f}, Pair{"Blur", 30.0f, "Vignette", 0.8f},
+                   Pair{"Blur", 30.0f, "Luminance Contrast", 1.4f}, Pair{"Blur", 30.0f, "Contrast", 1.4f}}) {
         SCOPED_TRACE(std::string(p.first) + " then " + p.second);
         auto first = filter(p.first, p.firstAmount);
         auto second = filter(p.second, p.secondAmount);
