@@ -38,20 +38,19 @@ void ImageModSaturation::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
     // samples pushed away from them.
     int const channels = image->channels;
     std::vector<float> greys(size_t(std::max(image->width, 0)));
-    for (int y = 0; y < image->height; ++y) {
-        T* row = image->pixelAt(0, y);
-        for (int x = 0; x < image->width; ++x) {
+    forEachUsedRow(image, [&](int, int, T* row, int width) {
+        for (int x = 0; x < width; ++x) {
             T const* p = row + size_t(x) * channels;
             double const r = p[0], g = p[1], b = p[2];
             greys[x] = float(std::sqrt(0.299 * r * r + 0.587 * g * g + 0.114 * b * b));
         }
-        for (int x = 0; x < image->width; ++x) {
+        for (int x = 0; x < width; ++x) {
             T* p = row + size_t(x) * channels;
             float const grey = greys[x];
             for (int c = 0; c < 3; ++c)
                 p[c] = FlexImage<T>::storeSample(clamp255((float(p[c]) - grey) * a + grey));
         }
-    }
+    });
 }
 
 INSTANTIATE_TEMPLATE_MOD(ImageModSaturation);

@@ -48,11 +48,15 @@ void ImageModSharpen::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
     std::vector<float> const ones(size_t(side), 1.0f);
     FlexImage<float> columns(image->width, 1, image->channels);
     std::vector<float> boxes(columns.sampleCount());
-    for (int y = 0; y < image->height; ++y) {
+    // Only the rows and columns whose results are read.
+    PixelRect const used = UsedRegion::of(image->width, image->height);
+    size_t const first = size_t(std::max(used.left, 0)) * image->channels;
+    size_t const end = size_t(std::max(used.right, used.left)) * image->channels;
+    for (int y = used.top; y < used.bottom; ++y) {
         source.convolveRow(ones.data(), 1, side, y, columns.pixels);
         columns.convolveRow(ones.data(), side, 1, 0, boxes.data());
         T* row = image->pixelAt(0, y);
-        for (size_t i = 0; i < boxes.size(); ++i) {
+        for (size_t i = first; i < end; ++i) {
             float const high = centreWeight * float(row[i]) - boxes[i];
             row[i] = FlexImage<T>::storeSample(clamp255(float(row[i]) + high * a));
         }

@@ -50,16 +50,13 @@ void ImageModVignette::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
     // The darkening along a row first, in one plain loop (the power
     // vectorises for float pictures), then the samples; only where the
     // results are read.
-    PixelRect const used = UsedRegion::of(image->width, image->height);
-    std::vector<float> darkening(size_t(std::max(used.width(), 0)));
-    for (int y = used.top; y < used.bottom; ++y) {
-        darkenAlongRow<T>(float(y) - frame.centreY, frame.centreX, reach, e, a, used.left, used.width(),
-                          darkening.data());
-        T* p = image->pixelAt(used.left, y);
-        for (int i = 0; i < used.width(); ++i, p += channels)
+    std::vector<float> darkening(size_t(std::max(image->width, 0)));
+    forEachUsedRow(image, [&](int y, int x0, T* p, int width) {
+        darkenAlongRow<T>(float(y) - frame.centreY, frame.centreX, reach, e, a, x0, width, darkening.data());
+        for (int i = 0; i < width; ++i, p += channels)
             for (int c = 0; c < channels; ++c)
                 p[c] = FlexImage<T>::storeSample(clamp255(float(p[c]) - darkening[i]));
-    }
+    });
 }
 
 INSTANTIATE_TEMPLATE_MOD(ImageModVignette);

@@ -27,6 +27,18 @@ void forEachUsedStretch(FlexImage<T>* image, Span span)
         span(image->pixelAt(used.left, y), size_t(used.width()) * channels);
 }
 
+// The same a row at a time: row(y, x0, pixels, count) for each row y of the
+// used part, whose count pixels start at column x0.
+template <typename T, typename Row>
+void forEachUsedRow(FlexImage<T>* image, Row row)
+{
+    PixelRect const used = UsedRegion::of(image->width, image->height);
+    if (used.width() <= 0)
+        return;
+    for (int y = used.top; y < used.bottom; ++y)
+        row(y, used.left, image->pixelAt(used.left, y), used.width());
+}
+
 // Applies a per-sample rule to every sample of the image. 8-bit images have
 // only 256 possible inputs, so the rule is evaluated once per input value into
 // a table and the pixels are mapped through it: the same results, far fewer
@@ -115,19 +127,16 @@ template <typename T, typename RowTarget>
 void moveLuminanceByRows(FlexImage<T>* image, int movedChannels, RowTarget rowTarget)
 {
     int const channels = image->channels;
-    PixelRect const used = UsedRegion::of(image->width, image->height);
-    int const width = used.width();
-    std::vector<float> luminance(size_t(std::max(width, 0)));
+    std::vector<float> luminance(size_t(std::max(image->width, 0)));
     std::vector<float> moved(luminance.size());
-    for (int row = used.top; row < used.bottom; ++row) {
-        T* p = image->pixelAt(used.left, row);
+    forEachUsedRow(image, [&](int y, int x0, T* p, int width) {
         for (int i = 0; i < width; ++i)
             luminance[i] = float(pixelLuminance(p + i * channels, channels));
-        auto const target = rowTarget(row);
+        auto const target = rowTarget(y);
         for (int i = 0; i < width; ++i)
-            moved[i] = target(used.left + i, luminance[i]);
+            moved[i] = target(x0 + i, luminance[i]);
         moveRowLuminance(p, width, channels, movedChannels, luminance.data(), moved.data());
-    }
+    });
 }
 
 // Clamps to the sample range.
