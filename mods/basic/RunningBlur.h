@@ -15,7 +15,12 @@
 // level or finer), so the running sums are whole numbers held exactly in
 // doubles: a running sum then depends only on the samples under its window,
 // never on where the running started. That keeps every tiling of a picture
-// bit-identical with no more halo than the radius itself.
+// bit-identical with no more halo than the radius itself. Where every pixel
+// has a kernel of its own, the window sums come from prefix sums along the
+// line instead (64-bit whole numbers, exact in the same way).
+//
+// All of them blur only the part of the image whose results are read (see
+// UsedRegion), from the pixels around it.
 
 // One piece of a kernel: weight a + b i + c i^2 at offsets lo..hi.
 struct KernelPiece
