@@ -45,6 +45,21 @@ Value* scratch(std::vector<Value>& keep, size_t count)
     return keep.data();
 }
 
+// The planes of the blurs, shared by all of them on a thread (one blur never
+// runs inside another).
+struct BlurScratch
+{
+    std::vector<float> plane;
+    std::vector<float> blurred;
+    std::vector<float> radii;
+};
+
+BlurScratch& blurScratch()
+{
+    thread_local BlurScratch keep;
+    return keep;
+}
+
 // Whole numbers, exact in doubles for every reach a kernel can have.
 double sumOfOffsets(int m) // 1 + 2 + ... + m
 {
@@ -675,10 +690,9 @@ void runningSeparableBlur(FlexImage<T>* image, PiecewiseKernel const& kernel)
     PixelRect const read = grownWithin(used, kernel.reach, image->width, image->height);
     size_t const imageStride = size_t(image->width) * channels;
     size_t const samples = size_t(read.width()) * read.height() * channels;
-    static thread_local std::vector<float> keepPlane;
-    static thread_local std::vector<float> keepBlurred;
-    float* plane = scratch(keepPlane, samples);
-    float* blurred = scratch(keepBlurred, samples);
+    BlurScratch& keep = blurScratch();
+    float* plane = scratch(keep.plane, samples);
+    float* blurred = scratch(keep.blurred, samples);
     // Rows: with rows and columns exchanged, each row of the picture is a
     // column of the plane, and the pass is a sweep down the plane's rows.
     exchangeRowsAndColumns(image->pixelAt(read.left, read.top), imageStride, read.height(), read.width(), channels,
@@ -705,26 +719,26 @@ void runningVariableBlur(FlexImage<T>* image, float const* radii, BlurMethod met
     int const reach = reachOfLargest(radii, size_t(width) * image->height);
     PixelRect const read = grownWithin(used, reach, width, image->height);
     size_t const samples = size_t(read.width()) * read.height() * channels;
-    std::vector<float> plane(samples);
-    std::vector<float> blurred(samples);
+    BlurScratch& keep = blurScratch();
+    float* plane = scratch(keep.plane, samples);
+    float* blurred = scratch(keep.blurred, samples);
+    float* columnRadii = scratch(keep.radii, size_t(used.width()) * read.height());
     // Rows: the used columns of every row the columns pass reads.
     size_t const rowSamples = size_t(read.width()) * channels;
     for (int y = read.top; y < read.bottom; ++y) {
         T const* row = image->pixelAt(read.left, y);
-        std::transform(row, row + rowSamples, &plane[size_t(y - read.top) * rowSamples], quantisedBy(scale));
+        std::transform(row, row + rowSamples, plane + size_t(y - read.top) * rowSamples, quantisedBy(scale));
     }
-    sweepVarying(plane.data(), read.height(), read.width(), channels, radii + size_t(read.top) * width + read.left,
-                 width, used.left - read.left, used.right - read.left, method, scale, reach, blurred.data());
+    sweepVarying(plane, read.height(), read.width(), channels, radii + size_t(read.top) * width + read.left, width,
+                 used.left - read.left, used.right - read.left, method, scale, reach, blurred);
     // Columns: rows and columns exchanged, radii too, the rows' results
     // stored as the image stores samples.
-    std::vector<float> columnRadii(size_t(used.width()) * read.height());
     exchangeRowsAndColumns(radii + size_t(read.top) * width + used.left, size_t(width), read.height(), used.width(),
-                           1, columnRadii.data(), size_t(read.height()), unchanged());
-    exchangeRowsAndColumns(blurred.data(), read.height(), used.width(), channels, plane.data(),
-                           storedAndQuantisedBy<T>(scale));
-    sweepVarying(plane.data(), used.width(), read.height(), channels, columnRadii.data(), read.height(),
-                 used.top - read.top, used.bottom - read.top, method, scale, reach, blurred.data());
-    exchangeRowsAndColumns(blurred.data(), size_t(used.height()) * channels, used.width(), used.height(), channels,
+                           1, columnRadii, size_t(read.height()), unchanged());
+    exchangeRowsAndColumns(blurred, read.height(), used.width(), channels, plane, storedAndQuantisedBy<T>(scale));
+    sweepVarying(plane, used.width(), read.height(), channels, columnRadii, read.height(), used.top - read.top,
+                 used.bottom - read.top, method, scale, reach, blurred);
+    exchangeRowsAndColumns(blurred, size_t(used.height()) * channels, used.width(), used.height(), channels,
                            image->pixelAt(used.left, used.top), size_t(width) * channels, storedAs<T>());
 }
 
