@@ -74,67 +74,8 @@ void addLuminanceGrain(T* row, int width, int channels, float const* grain, floa
 // The per-channel frequency multipliers of the additive grain.
 constexpr double channelFrequency[3] = {1.137, 1.292769, 1.4698782};
 
-// One octave of one field along a row, when the row's columns fall in few
-// lattice cells (coarse grain over a wide tile): the lattice values of the
-// row's two lattice rows are hashed once per cell, not four times a pixel,
-// and kept while the next row stays in the same lattice row.
-class LatticeRows
-{
-public:
-    // cells: the columns' lattice cells.
-    LatticeRows(int32_t const* cells, int width)
-    {
-        if (width <= 0)
-            return;
-        auto const [low, high] = std::minmax_element(cells, cells + width);
-        // Hashing a cell per pixel costs no more than hashing every cell of
-        // a span wider than the row; such spans (fine grain, small tiles) or
-        // spans across the lattice's wrap take the direct way.
-        int64_t const span = int64_t(*high) - int64_t(*low) + 2;
-        if (span > int64_t(width))
-            return;
-        first = *low;
-        top.resize(size_t(span));
-        bottom.resize(size_t(span));
-    }
-
-    bool inUse() const { return !top.empty(); }
-
-    // The octave along the row at lattice row cell (weight wy).
-    void octaveAlong(int32_t const* cells, float const* weights, int width, int32_t cell, float wy, float* out)
-    {
-        if (!filled || cell != row) {
-            for (size_t k = 0; k < top.size(); ++k) {
-                int32_t const column = int32_t(uint32_t(first) + uint32_t(k));
-                top[k] = valueNoise::latticeValue(column, cell);
-                bottom[k] = valueNoise::latticeValue(column, cell + 1);
-            }
-            row = cell;
-            filled = true;
-        }
-        // The same arithmetic as valueNoise::octaveAt, reading the hashes.
-        for (int col = 0; col < width; ++col) {
-            size_t const k = size_t(cells[col] - first);
-            float const wx = weights[col];
-            float const upper = top[k] * (1.0f - wx) + top[k + 1] * wx;
-            float const lower = bottom[k] * (1.0f - wx) + bottom[k + 1] * wx;
-            out[col] = upper * (1.0f - wy) + lower * wy;
-        }
-    }
-
-private:
-    int32_t first = 0;
-    int32_t row = 0;
-    bool filled = false;
-    std::vector<float> top;
-    std::vector<float> bottom;
-};
-
-// The grain fields of one tile, a row at a time. A field's value at a pixel
-// depends on its column and its row separately until the lattice is read,
-// so the columns' lattice steps are worked out once per tile and the row's
-// once per row; what is left per pixel is reading the lattice (hashed once
-// per cell where cells span several pixels) in plain loops over the row.
+// The grain fields of one tile, a row at a time: each field's two octaves
+// over the tile's columns (see valueNoise::OctaveRows).
 class GrainFields
 {
 public:
@@ -145,20 +86,14 @@ public:
         , width(width)
         , fieldCount(fieldCount)
         , frequencies(frequencies)
-        , cells(size_t(fieldCount) * 2 * size_t(width))
-        , weights(cells.size())
         , values(size_t(fieldCount) * size_t(width))
         , coarseOctave(size_t(width))
         , fineOctave(size_t(width))
     {
         for (int f = 0; f < fieldCount; ++f) {
-            for (int col = 0; col < width; ++col) {
-                double const x = at.x(col) * frequency(f);
-                store(f, 0, col, valueNoise::latticeStep(x));
-                store(f, 1, col, valueNoise::latticeStep(valueNoise::fineOctave * x));
-            }
-            for (int octave = 0; octave < 2; ++octave)
-                lattice.emplace_back(&cells[index(f, octave, 0)], width);
+            double const scale = frequency(f);
+            octaves.emplace_back(width, [&](int col) { return at.x(col) * scale; });
+            octaves.emplace_back(width, [&](int col) { return valueNoise::fineOctave * (at.x(col) * scale); });
         }
     }
 
@@ -168,10 +103,8 @@ public:
         double const yBase = at.y(row);
         for (int f = 0; f < fieldCount; ++f) {
             double const y = yBase * frequency(f);
-            valueNoise::LatticeStep const coarse = valueNoise::latticeStep(y);
-            valueNoise::LatticeStep const fine = valueNoise::latticeStep(valueNoise::fineOctave * y);
-            octaveAlong(f, 0, coarse, coarseOctave.data());
-            octaveAlong(f, 1, fine, fineOctave.data());
+            octaves[size_t(2 * f)].along(y, coarseOctave.data());
+            octaves[size_t(2 * f + 1)].along(valueNoise::fineOctave * y, fineOctave.data());
             float* out = &values[size_t(f) * size_t(width)];
             for (int col = 0; col < width; ++col)
                 out[col] = valueNoise::grainFrom(coarseOctave[col], fineOctave[col]);
@@ -185,33 +118,12 @@ private:
     int width;
     int fieldCount;
     bool frequencies;
-    std::vector<int32_t> cells;
-    std::vector<float> weights;
     std::vector<float> values;
     std::vector<float> coarseOctave;
     std::vector<float> fineOctave;
-    std::vector<LatticeRows> lattice; // per field, coarse then fine
+    std::vector<valueNoise::OctaveRows> octaves; // per field, coarse then fine
 
     double frequency(int f) const { return frequencies ? channelFrequency[f] : 1.0; }
-    size_t index(int f, int octave, int col) const { return (size_t(f) * 2 + size_t(octave)) * size_t(width) + size_t(col); }
-    void store(int f, int octave, int col, valueNoise::LatticeStep step)
-    {
-        cells[index(f, octave, col)] = step.cell;
-        weights[index(f, octave, col)] = step.weight;
-    }
-
-    void octaveAlong(int f, int octave, valueNoise::LatticeStep const& rowStep, float* out)
-    {
-        int32_t const* rowCells = &cells[index(f, octave, 0)];
-        float const* rowWeights = &weights[index(f, octave, 0)];
-        LatticeRows& rows = lattice[size_t(2 * f + octave)];
-        if (rows.inUse()) {
-            rows.octaveAlong(rowCells, rowWeights, width, rowStep.cell, rowStep.weight, out);
-            return;
-        }
-        for (int col = 0; col < width; ++col)
-            out[col] = valueNoise::octaveAt(rowCells[col], rowWeights[col], rowStep.cell, rowStep.weight);
-    }
 };
 
 // Additive grain, strongest in the mid-tones as on film; fields holds the

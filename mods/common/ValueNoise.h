@@ -1,6 +1,8 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <vector>
 
 // Smooth value noise over the plane, shared by the grain and the uneven
 // discolouring: hashed lattice values blended with cosine weights, so the
@@ -44,6 +46,103 @@ inline float octaveAt(int32_t ix, float wx, int32_t iy, float wy)
 
 // One octave at a noise-space position.
 float octave(double x, double y);
+
+// One octave along a row, when the row's columns fall in few
+// lattice cells (coarse grain over a wide tile): the lattice values of the
+// row's two lattice rows are hashed once per cell, not four times a pixel,
+// and kept while the next row stays in the same lattice row.
+class LatticeRows
+{
+public:
+    LatticeRows() = default;
+    // cells: the columns' lattice cells.
+    LatticeRows(int32_t const* cells, int width)
+    {
+        if (width <= 0)
+            return;
+        auto const [low, high] = std::minmax_element(cells, cells + width);
+        // Hashing a cell per pixel costs no more than hashing every cell of
+        // a span wider than the row; such spans (fine grain, small tiles) or
+        // spans across the lattice's wrap take the direct way.
+        int64_t const span = int64_t(*high) - int64_t(*low) + 2;
+        if (span > int64_t(width))
+            return;
+        first = *low;
+        top.resize(size_t(span));
+        bottom.resize(size_t(span));
+    }
+
+    bool inUse() const { return !top.empty(); }
+
+    // The octave along the row at lattice row cell (weight wy).
+    void octaveAlong(int32_t const* cells, float const* weights, int width, int32_t cell, float wy, float* out)
+    {
+        if (!filled || cell != row) {
+            for (size_t k = 0; k < top.size(); ++k) {
+                int32_t const column = int32_t(uint32_t(first) + uint32_t(k));
+                top[k] = latticeValue(column, cell);
+                bottom[k] = latticeValue(column, cell + 1);
+            }
+            row = cell;
+            filled = true;
+        }
+        // The same arithmetic as octaveAt, reading the hashes.
+        for (int col = 0; col < width; ++col) {
+            size_t const k = size_t(cells[col] - first);
+            float const wx = weights[col];
+            float const upper = top[k] * (1.0f - wx) + top[k + 1] * wx;
+            float const lower = bottom[k] * (1.0f - wx) + bottom[k + 1] * wx;
+            out[col] = upper * (1.0f - wy) + lower * wy;
+        }
+    }
+
+private:
+    int32_t first = 0;
+    int32_t row = 0;
+    bool filled = false;
+    std::vector<float> top;
+    std::vector<float> bottom;
+};
+
+// One octave over a grid of columns and rows, a row at a time. Its value at
+// a pixel depends on the column and on the row separately until the lattice
+// is read, so the columns' lattice steps are worked out once and each row's
+// once; what is left per pixel is reading the lattice (hashed once per cell
+// where cells span several pixels) in plain loops over the row. The values
+// are those of octave() at the same coordinates.
+class OctaveRows
+{
+public:
+    // width columns, column col at noise-space coordinate xAt(col).
+    template <typename XAt>
+    OctaveRows(int width, XAt xAt) : cells(size_t(std::max(width, 0))), weights(cells.size())
+    {
+        for (int col = 0; col < width; ++col) {
+            LatticeStep const step = latticeStep(xAt(col));
+            cells[size_t(col)] = step.cell;
+            weights[size_t(col)] = step.weight;
+        }
+        lattice = LatticeRows(cells.data(), width);
+    }
+
+    // The octave along the row at noise-space coordinate y, a value a column.
+    void along(double y, float* out)
+    {
+        LatticeStep const row = latticeStep(y);
+        int const width = int(cells.size());
+        if (lattice.inUse()) {
+            lattice.octaveAlong(cells.data(), weights.data(), width, row.cell, row.weight, out);
+            return;
+        }
+        for (int col = 0; col < width; ++col)
+            out[col] = octaveAt(cells[size_t(col)], weights[size_t(col)], row.cell, row.weight);
+    }
+
+private:
+    std::vector<int32_t> cells;
+    std::vector<float> weights;
+    LatticeRows lattice;
+};
 
 // Two octaves combined as grain (see grainAt).
 inline float grainFrom(float coarse, float fine)

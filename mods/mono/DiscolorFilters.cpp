@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 #include "mods/common/Ramps.h"
 #include "mods/common/SampleLoop.h"
@@ -38,18 +39,22 @@ void ImageModDiscolor::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
     double const stretch = 1.0 / (1.0 + double(floatVarInRange(4)));
     double const shift = double(floatVar(1)) * 0.37 + 100.0;
     int const channels = image->channels;
-    for (int row = 0; row < image->height; ++row) {
-        double const y = double(row + chunkY) * perPixel + 100.0;
-        T* p = image->pixelAt(0, row);
-        for (int col = 0; col < image->width; ++col, p += channels) {
-            double const x = double(col + chunkX) * perPixel * stretch + shift;
-            float const blotch = ease(valueNoise::octave(x, y) * 0.8f + 0.4f);
+    // The noise along the used part of each row, then the pixels.
+    PixelRect const used = UsedRegion::of(image->width, image->height);
+    valueNoise::OctaveRows noise(used.width(), [&](int i) {
+        return double(used.left + i + chunkX) * perPixel * stretch + shift;
+    });
+    std::vector<float> blotches(size_t(std::max(used.width(), 0)));
+    forEachUsedRow(image, [&](int row, int, T* p, int width) {
+        noise.along(double(row + chunkY) * perPixel + 100.0, blotches.data());
+        for (int i = 0; i < width; ++i, p += channels) {
+            float const blotch = ease(blotches[size_t(i)] * 0.8f + 0.4f);
             float rgb[3] = {float(p[0]), float(p[1]), float(p[2])};
             colourRules::applyMethod<colourRules::Screen>(rgb, colour, HSV(), blotch * a);
             for (int c = 0; c < 3; ++c)
                 p[c] = FlexImage<T>::storeSample(rgb[c]);
         }
-    }
+    });
 }
 
 ImageModLightleak::ImageModLightleak(float amount)

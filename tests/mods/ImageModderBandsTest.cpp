@@ -128,7 +128,7 @@ TEST_F(RendererBands, ChainedNeighbourhoodsNeedTheirHalosAdded)
                    Pair{"Radial Blur", 0.6f, "Blur", 30.0f}, Pair{"Blur", 30.0f, "Radial Blur", 0.6f},
                    Pair{"Blur", 30.0f, "Noise", 40.0f}, Pair{"Blur", 30.0f, "Vignette", 0.8f},
                    Pair{"Blur", 30.0f, "Luminance Contrast", 1.4f}, Pair{"Blur", 30.0f, "Contrast", 1.4f},
-                   Pair{"Blur", 30.0f, "Saturation", 1.5f}}) {
+                   Pair{"Blur", 30.0f, "Saturation", 1.5f}, Pair{"Blur", 30.0f, "Discolor", 0.8f}}) {
         SCOPED_TRACE(std::string(p.first) + " then " + p.second);
         auto first = filter(p.first, p.firstAmount);
         auto second = filter(p.second, p.secondAmount);
