@@ -39,9 +39,11 @@ LatticeStep latticeStep(double v);
 // numbers, so that loops over rows of steps vectorise.
 inline float octaveAt(int32_t ix, float wx, int32_t iy, float wy)
 {
-    float const top = latticeValue(ix, iy) * (1.0f - wx) + latticeValue(ix + 1, iy) * wx;
-    float const bottom = latticeValue(ix, iy + 1) * (1.0f - wx) + latticeValue(ix + 1, iy + 1) * wx;
-    return top * (1.0f - wy) + bottom * wy;
+    // Down each lattice column first, then across: a row of pixels in one
+    // lattice row then blends each column once (see LatticeRows).
+    float const left = latticeValue(ix, iy) * (1.0f - wy) + latticeValue(ix, iy + 1) * wy;
+    float const right = latticeValue(ix + 1, iy) * (1.0f - wy) + latticeValue(ix + 1, iy + 1) * wy;
+    return left * (1.0f - wx) + right * wx;
 }
 
 // One octave at a noise-space position.
@@ -70,6 +72,7 @@ public:
         first = *low;
         top.resize(size_t(span));
         bottom.resize(size_t(span));
+        blended.resize(size_t(span));
     }
 
     bool inUse() const { return !top.empty(); }
@@ -86,13 +89,14 @@ public:
             row = cell;
             filled = true;
         }
-        // The same arithmetic as octaveAt, reading the hashes.
+        // The same arithmetic as octaveAt, reading the hashes: the two
+        // lattice rows blended once per cell, then along the row.
+        for (size_t k = 0; k < top.size(); ++k)
+            blended[k] = top[k] * (1.0f - wy) + bottom[k] * wy;
         for (int col = 0; col < width; ++col) {
             size_t const k = size_t(cells[col] - first);
             float const wx = weights[col];
-            float const upper = top[k] * (1.0f - wx) + top[k + 1] * wx;
-            float const lower = bottom[k] * (1.0f - wx) + bottom[k + 1] * wx;
-            out[col] = upper * (1.0f - wy) + lower * wy;
+            out[col] = blended[k] * (1.0f - wx) + blended[k + 1] * wx;
         }
     }
 
@@ -102,6 +106,7 @@ private:
     bool filled = false;
     std::vector<float> top;
     std::vector<float> bottom;
+    std::vector<float> blended;
 };
 
 // One octave over a grid of columns and rows, a row at a time. Its value at
