@@ -11,15 +11,6 @@ inline float blendThroughCurve(float c, ToneCurve const& curve, float amount)
     return c * (1.0f - amount) + curve.lookupChannel(c) * 255.0f * amount;
 }
 
-// Moves the pixel's luminance to its blended curve value, every channel
-// following in proportion (toward black or toward white), a fourth too.
-template <typename T>
-void curveLuminance(T* p, int channels, ToneCurve const& curve, float amount)
-{
-    float const L = float(pixelLuminance(p, channels));
-    FlexImage<T>::moveLuminance(p, channels, L, blendThroughCurve(L, curve, amount));
-}
-
 // Every channel through the curve, blended by amount, a fourth too.
 template <typename T>
 void curveEachChannel(T* p, int channels, ToneCurve const& curve, float amount)

@@ -49,7 +49,11 @@ void applyCurveByMethod(FlexImage<T>* image, ImageMod const& mod, int method)
         method = ImageModToneCurve::PerChannel;
     switch (method) {
     case ImageModToneCurve::Luminance:
-        forEachPixel(image, [&](T* p, int channels) { curveLuminance(p, channels, *curve, a); });
+        // A row at a time: the luminances, their places on the curve, then
+        // the moves (one division a pixel for float pictures).
+        moveLuminanceByRows(image, image->channels, [&](int) {
+            return [&](int, float L) { return blendThroughCurve(L, *curve, a); };
+        });
         break;
     case ImageModToneCurve::Value:
         forEachPixel(image, [&](T* p, int) { curveValue(p, *curve, a); });
