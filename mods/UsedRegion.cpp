@@ -18,23 +18,23 @@ PixelRect UsedRegion::of(int width, int height)
     return state.rect;
 }
 
+PixelRect grownWithin(PixelRect rect, int reach, int width, int height)
+{
+    // In 64 bits: a reach may be as large as an int.
+    long long const by = std::max(reach, 0);
+    auto const within = [](long long edge, int limit) { return int(std::clamp<long long>(edge, 0, limit)); };
+    return PixelRect{within(rect.left - by, width), within(rect.top - by, height), within(rect.right + by, width),
+                     within(rect.bottom + by, height)};
+}
+
 UsedRegion::Scope::Scope(int width, int height, PixelRect kept, int reach)
     : previous(current())
 {
-    reach = std::max(reach, 0);
-    // Sums kept in 64 bits: a reach may be as large as an int.
-    auto const grown = [](int edge, int by, int limit, bool down) {
-        long long const moved = down ? (long long)edge - by : (long long)edge + by;
-        return int(std::clamp<long long>(moved, 0, limit));
-    };
     State& state = current();
     state.narrowed = true;
     state.width = width;
     state.height = height;
-    state.rect.left = grown(kept.left, reach, width, true);
-    state.rect.top = grown(kept.top, reach, height, true);
-    state.rect.right = grown(kept.right, reach, width, false);
-    state.rect.bottom = grown(kept.bottom, reach, height, false);
+    state.rect = grownWithin(kept, reach, width, height);
 }
 
 UsedRegion::Scope::~Scope()

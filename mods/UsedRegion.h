@@ -21,6 +21,9 @@ struct PixelRect
     int height() const { return bottom - top; }
 };
 
+// rect grown by reach on every side, within a width x height image.
+PixelRect grownWithin(PixelRect rect, int reach, int width, int height);
+
 // The part of an image whose filtered pixels are still read once a filter is
 // done with it. The renderers hand every filter a tile with a halo of
 // context around it; the filters after it read only so far into that halo,

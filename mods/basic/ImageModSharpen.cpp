@@ -49,18 +49,16 @@ void ImageModSharpen::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
     FlexImage<float> columns(image->width, 1, image->channels);
     std::vector<float> boxes(columns.sampleCount());
     // Only the rows and columns whose results are read.
-    PixelRect const used = UsedRegion::of(image->width, image->height);
-    size_t const first = size_t(std::max(used.left, 0)) * image->channels;
-    size_t const end = size_t(std::max(used.right, used.left)) * image->channels;
-    for (int y = used.top; y < used.bottom; ++y) {
+    int const channels = image->channels;
+    forEachUsedRow(image, [&](int y, int x0, T* row, int width) {
         source.convolveRow(ones.data(), 1, side, y, columns.pixels);
         columns.convolveRow(ones.data(), side, 1, 0, boxes.data());
-        T* row = image->pixelAt(0, y);
-        for (size_t i = first; i < end; ++i) {
-            float const high = centreWeight * float(row[i]) - boxes[i];
+        float const* box = boxes.data() + size_t(x0) * channels;
+        for (size_t i = 0; i < size_t(width) * channels; ++i) {
+            float const high = centreWeight * float(row[i]) - box[i];
             row[i] = FlexImage<T>::storeSample(clamp255(float(row[i]) + high * a));
         }
-    }
+    });
 }
 
 INSTANTIATE_TEMPLATE_MOD(ImageModSharpen);

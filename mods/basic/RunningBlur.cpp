@@ -45,13 +45,14 @@ Value* scratch(std::vector<Value>& keep, size_t count)
     return keep.data();
 }
 
-// The planes of the blurs, shared by all of them on a thread (one blur never
+// The scratch of the blurs, shared by all of them on a thread (one blur never
 // runs inside another).
 struct BlurScratch
 {
     std::vector<float> plane;
     std::vector<float> blurred;
     std::vector<float> radii;
+    std::vector<double> sums;
 };
 
 BlurScratch& blurScratch()
@@ -60,7 +61,8 @@ BlurScratch& blurScratch()
     return keep;
 }
 
-// Whole numbers, exact in doubles for every reach a kernel can have.
+// Whole numbers, worked out in 64 bits (exact as doubles up to reaches of
+// about 10^5; beyond, rounded once, the same for every tile).
 double sumOfOffsets(int m) // 1 + 2 + ... + m
 {
     return double(int64_t(m) * (m + 1) / 2);
@@ -256,8 +258,7 @@ template <int Pieces>
 void sweepRows(float const* in, size_t rowLength, int rows, int from, int to, PiecewiseKernel const& k,
                double scale, float* out)
 {
-    static thread_local std::vector<double> keep;
-    double* sums = scratch(keep, size_t(3 * Pieces) * sweepStripWidth);
+    double* sums = scratch(blurScratch().sums, size_t(3 * Pieces) * sweepStripWidth);
     SweepWeights<Pieces> const weights(k, scale);
     for (size_t first = 0; first < rowLength; first += sweepStripWidth)
         sweepStrip<Pieces>(in + first, rowLength, std::min(sweepStripWidth, rowLength - first), rows, from, to, k,
@@ -276,14 +277,6 @@ void sweepRows(float const* in, size_t rowLength, int rows, int from, int to, Pi
 // Rows and columns are exchanged in blocks of 32 x 32 pixels, so that both
 // the reads and the writes of a block stay in cache.
 constexpr int transposeBlock = 32;
-
-// rect grown by reach on every side, within a width x height picture.
-PixelRect grownWithin(PixelRect rect, int reach, int width, int height)
-{
-    return PixelRect{std::max(rect.left - reach, 0), std::max(rect.top - reach, 0),
-                     int(std::min<long long>((long long)rect.right + reach, width)),
-                     int(std::min<long long>((long long)rect.bottom + reach, height))};
-}
 
 // rows x length pixels from in (rows inStride samples apart) with rows and
 // columns exchanged into out (rows outStride samples apart): pixel x of row

@@ -40,7 +40,7 @@ LatticeStep latticeStep(double v);
 inline float octaveAt(int32_t ix, float wx, int32_t iy, float wy)
 {
     // Down each lattice column first, then across: a row of pixels in one
-    // lattice row then blends each column once (see LatticeRows).
+    // lattice row then blends each column once (see OctaveRows).
     float const left = latticeValue(ix, iy) * (1.0f - wy) + latticeValue(ix, iy + 1) * wy;
     float const right = latticeValue(ix + 1, iy) * (1.0f - wy) + latticeValue(ix + 1, iy + 1) * wy;
     return left * (1.0f - wx) + right * wx;
@@ -49,72 +49,11 @@ inline float octaveAt(int32_t ix, float wx, int32_t iy, float wy)
 // One octave at a noise-space position.
 float octave(double x, double y);
 
-// One octave along a row, when the row's columns fall in few
-// lattice cells (coarse grain over a wide tile): the lattice values of the
-// row's two lattice rows are hashed once per cell, not four times a pixel,
-// and kept while the next row stays in the same lattice row.
-class LatticeRows
-{
-public:
-    LatticeRows() = default;
-    // cells: the columns' lattice cells.
-    LatticeRows(int32_t const* cells, int width)
-    {
-        if (width <= 0)
-            return;
-        auto const [low, high] = std::minmax_element(cells, cells + width);
-        // Hashing a cell per pixel costs no more than hashing every cell of
-        // a span wider than the row; such spans (fine grain, small tiles) or
-        // spans across the lattice's wrap take the direct way.
-        int64_t const span = int64_t(*high) - int64_t(*low) + 2;
-        if (span > int64_t(width))
-            return;
-        first = *low;
-        top.resize(size_t(span));
-        bottom.resize(size_t(span));
-        blended.resize(size_t(span));
-    }
-
-    bool inUse() const { return !top.empty(); }
-
-    // The octave along the row at lattice row cell (weight wy).
-    void octaveAlong(int32_t const* cells, float const* weights, int width, int32_t cell, float wy, float* out)
-    {
-        if (!filled || cell != row) {
-            for (size_t k = 0; k < top.size(); ++k) {
-                int32_t const column = int32_t(uint32_t(first) + uint32_t(k));
-                top[k] = latticeValue(column, cell);
-                bottom[k] = latticeValue(column, cell + 1);
-            }
-            row = cell;
-            filled = true;
-        }
-        // The same arithmetic as octaveAt, reading the hashes: the two
-        // lattice rows blended once per cell, then along the row.
-        for (size_t k = 0; k < top.size(); ++k)
-            blended[k] = top[k] * (1.0f - wy) + bottom[k] * wy;
-        for (int col = 0; col < width; ++col) {
-            size_t const k = size_t(cells[col] - first);
-            float const wx = weights[col];
-            out[col] = blended[k] * (1.0f - wx) + blended[k + 1] * wx;
-        }
-    }
-
-private:
-    int32_t first = 0;
-    int32_t row = 0;
-    bool filled = false;
-    std::vector<float> top;
-    std::vector<float> bottom;
-    std::vector<float> blended;
-};
-
 // One octave over a grid of columns and rows, a row at a time. Its value at
 // a pixel depends on the column and on the row separately until the lattice
 // is read, so the columns' lattice steps are worked out once and each row's
-// once; what is left per pixel is reading the lattice (hashed once per cell
-// where cells span several pixels) in plain loops over the row. The values
-// are those of octave() at the same coordinates.
+// once; what is left per pixel is reading the lattice in plain loops over
+// the row. The values are those of octave() at the same coordinates.
 class OctaveRows
 {
 public:
@@ -127,7 +66,7 @@ public:
             cells[size_t(col)] = step.cell;
             weights[size_t(col)] = step.weight;
         }
-        lattice = LatticeRows(cells.data(), width);
+        keepLatticeRowsIfFew();
     }
 
     // The octave along the row at noise-space coordinate y, a value a column.
@@ -135,18 +74,65 @@ public:
     {
         LatticeStep const row = latticeStep(y);
         int const width = int(cells.size());
-        if (lattice.inUse()) {
-            lattice.octaveAlong(cells.data(), weights.data(), width, row.cell, row.weight, out);
+        if (top.empty()) {
+            for (int col = 0; col < width; ++col)
+                out[col] = octaveAt(cells[size_t(col)], weights[size_t(col)], row.cell, row.weight);
             return;
         }
-        for (int col = 0; col < width; ++col)
-            out[col] = octaveAt(cells[size_t(col)], weights[size_t(col)], row.cell, row.weight);
+        if (!filled || row.cell != latticeRow)
+            hashLatticeRows(row.cell);
+        // The same arithmetic as octaveAt, reading the hashes: the two
+        // lattice rows blended once per cell, then along the row.
+        for (size_t k = 0; k < top.size(); ++k)
+            blended[k] = top[k] * (1.0f - row.weight) + bottom[k] * row.weight;
+        for (int col = 0; col < width; ++col) {
+            size_t const k = size_t(cells[size_t(col)] - first);
+            float const wx = weights[size_t(col)];
+            out[col] = blended[k] * (1.0f - wx) + blended[k + 1] * wx;
+        }
     }
 
 private:
     std::vector<int32_t> cells;
     std::vector<float> weights;
-    LatticeRows lattice;
+    // Where the columns fall in few lattice cells (coarse noise over a wide
+    // row), the values of the row's two lattice rows, hashed once per cell
+    // instead of four times a pixel, and kept while the next row stays in
+    // the same lattice row; empty where they do not.
+    int32_t first = 0;
+    int32_t latticeRow = 0;
+    bool filled = false;
+    std::vector<float> top;
+    std::vector<float> bottom;
+    std::vector<float> blended;
+
+    void keepLatticeRowsIfFew()
+    {
+        if (cells.empty())
+            return;
+        auto const [low, high] = std::minmax_element(cells.begin(), cells.end());
+        // Hashing a cell per pixel costs no more than hashing every cell of
+        // a span wider than the row; such spans (fine noise, narrow rows) or
+        // spans across the lattice's wrap take the direct way.
+        int64_t const span = int64_t(*high) - int64_t(*low) + 2;
+        if (span > int64_t(cells.size()))
+            return;
+        first = *low;
+        top.resize(size_t(span));
+        bottom.resize(size_t(span));
+        blended.resize(size_t(span));
+    }
+
+    void hashLatticeRows(int32_t cell)
+    {
+        for (size_t k = 0; k < top.size(); ++k) {
+            int32_t const column = int32_t(uint32_t(first) + uint32_t(k));
+            top[k] = latticeValue(column, cell);
+            bottom[k] = latticeValue(column, cell + 1);
+        }
+        latticeRow = cell;
+        filled = true;
+    }
 };
 
 // Two octaves combined as grain (see grainAt).
