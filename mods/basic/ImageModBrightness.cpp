@@ -1,5 +1,7 @@
 #include "mods/basic/ImageModBrightness.h"
 
+#include <type_traits>
+
 #include "mods/common/SampleLoop.h"
 
 ImageModBrightness::ImageModBrightness(float amount)
@@ -23,7 +25,20 @@ void ImageModBrightness::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
         curve.setControlPoint(0, Point2D{0.0f, a - 1.0f});
     else
         curve.setControlPoint(1, Point2D{1.0f, a});
-    forEachSample(image, [&curve](float c) { return curve.lookupChannel(c) * 255.0f; });
+    if constexpr (std::is_same_v<T, float>) {
+        // Two points make a straight curve, so a float picture takes the
+        // line between the table's ends (what reading the table gives, to
+        // float rounding) in a loop that vectorises; 8-bit pictures keep the
+        // table's own readings.
+        float const low = curve.lookupChannel(0.0f) * 255.0f;
+        float const rise = curve.lookupChannel(255.0f) * 255.0f - low;
+        forEachSample(image, [=](float c) {
+            float const t = c * (1.0f / 255.0f);
+            return low + rise * (t > 0.0f ? (t < 1.0f ? t : 1.0f) : 0.0f);
+        });
+    } else {
+        forEachSample(image, [&curve](float c) { return curve.lookupChannel(c) * 255.0f; });
+    }
 }
 
 INSTANTIATE_TEMPLATE_MOD(ImageModBrightness);

@@ -51,23 +51,29 @@ void raiseSamples(T* samples, int count, float const* exponents)
 }
 
 // Luminance grain along a row: shadows get more, and every sample (a
-// fourth too) moves along a power curve so black and white stay put. Two
-// passes: each pixel's exponent, spread over its samples, and then the
-// power of every sample in one plain loop, which vectorises.
+// fourth too) moves along a power curve so black and white stay put. Each
+// pass is a plain loop that vectorises: the pixels' luminances, their
+// exponents, the exponents spread over the samples, and the powers.
 template <typename T>
-void addLuminanceGrain(T* row, int width, int channels, float const* grain, float strength, float* exponents)
+void addLuminanceGrain(T* row, int width, int channels, float const* grain, float strength, float* scratch)
 {
-    T const* p = row;
-    for (int col = 0; col < width; ++col, p += channels) {
+    float* exponents = scratch;
+    float* pixelExponents = scratch + size_t(width) * size_t(channels);
+    for (int col = 0; col < width; ++col)
+        pixelExponents[col] = float(pixelLuminance(row + size_t(col) * channels, channels));
+    for (int col = 0; col < width; ++col) {
         // Samples beyond 0..255 (an earlier filter may leave them) are
         // taken at the nearest end, so that the power stays finite.
-        float const L = std::clamp(float(pixelLuminance(p, channels)), 0.0f, 255.0f);
+        float const L = std::clamp(pixelExponents[col], 0.0f, 255.0f);
         float const shade = (255.0f - L) / 255.0f;
         float const d = grain[col] * strength * (0.3f + 0.7f * shade * shade);
-        float const exponent = d >= 0.0f ? 1.0f - d : 1.0f / (1.0f + d);
-        for (int c = 0; c < channels; ++c)
-            exponents[col * channels + c] = exponent;
+        // Both sides worked out and one picked: a branch here would be
+        // mispredicted half the time, the grain being random.
+        float const lighter = 1.0f - d;
+        float const darker = 1.0f / (1.0f + d);
+        pixelExponents[col] = d >= 0.0f ? lighter : darker;
     }
+    spreadOverSamples(pixelExponents, width, channels, exponents);
     raiseSamples(row, width * channels, exponents);
 }
 
@@ -196,7 +202,7 @@ void ImageModNoise::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
     int const channels = image->channels;
     int const fieldCount = additive && mode != 2 ? 3 : 1;
     GrainFields fields(at, width, fieldCount, additive);
-    std::vector<float> exponents(additive ? 0 : size_t(width) * size_t(channels));
+    std::vector<float> exponents(additive ? 0 : size_t(width) * size_t(channels + 1));
     for (int row = 0; row < used.height(); ++row) {
         fields.moveToRow(row);
         T* p = image->pixelAt(used.left, used.top + row);

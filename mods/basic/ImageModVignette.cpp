@@ -50,12 +50,15 @@ void ImageModVignette::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
     // The darkening along a row first, in one plain loop (the power
     // vectorises for float pictures), then the samples; only where the
     // results are read.
-    std::vector<float> darkening(size_t(std::max(image->width, 0)));
-    forEachUsedRow(image, [&](int y, int x0, T* p, int width) {
-        darkenAlongRow<T>(float(y) - frame.centreY, frame.centreX, reach, e, a, x0, width, darkening.data());
-        for (int i = 0; i < width; ++i, p += channels)
-            for (int c = 0; c < channels; ++c)
-                p[c] = FlexImage<T>::storeSample(clamp255(float(p[c]) - darkening[i]));
+    size_t const width = size_t(std::max(image->width, 0));
+    std::vector<float> darkening(width);
+    std::vector<float> sampleDarkening(width * size_t(std::max(channels, 0)));
+    forEachUsedRow(image, [&](int y, int x0, T* p, int count) {
+        darkenAlongRow<T>(float(y) - frame.centreY, frame.centreX, reach, e, a, x0, count, darkening.data());
+        spreadOverSamples(darkening.data(), count, channels, sampleDarkening.data());
+        int const samples = count * channels;
+        for (int i = 0; i < samples; ++i)
+            p[i] = FlexImage<T>::storeSample(clamp255(float(p[i]) - sampleDarkening[i]));
     });
 }
 

@@ -90,32 +90,68 @@ void forEachPixel(FlexImage<T>* image, Rule rule)
     });
 }
 
+// Each of count per-pixel values repeated over the pixel's channels into
+// out, so that a per-sample loop after it is one plain loop (three channels,
+// the common case, in a loop the compiler can vectorise).
+inline void spreadOverSamples(float const* values, int count, int channels, float* out)
+{
+    if (channels == 3) {
+        for (int i = 0; i < count; ++i)
+            for (int c = 0; c < 3; ++c)
+                out[i * 3 + c] = values[i];
+        return;
+    }
+    for (int i = 0; i < count; ++i)
+        for (int c = 0; c < channels; ++c)
+            out[i * channels + c] = values[i];
+}
+
 // Moves one row's pixels from luminance L[i] to targets[i], keeping hue and
 // saturation, in the first movedChannels channels. 8-bit pictures take the
 // engine's per-pixel rule as it stands (their truncation depends on its
 // exact arithmetic); float pictures take the same rule as a gain and a lift
-// per pixel, one division a pixel instead of one a sample.
+// per pixel, one division a pixel instead of one a sample. L and targets are
+// used up: they end holding the gains and the lifts. sampleScratch holds
+// width x channels values.
 template <typename T>
-void moveRowLuminance(T* pixels, int width, int channels, int movedChannels, float const* L, float const* targets)
+void moveRowLuminance(T* pixels, int width, int channels, int movedChannels, float* L, float* targets,
+                      float* sampleScratch)
 {
     if constexpr (!std::is_same_v<T, float>) {
         for (int col = 0; col < width; ++col)
             FlexImage<T>::moveLuminance(pixels + size_t(col) * channels, movedChannels, L[col], targets[col]);
     } else {
+        // Darker: v - v (l - t) / l = v t / l. Lighter: v + (255 - v) k
+        // with k = (t - l) / (255 - l). Black and white become the target.
+        // Both sides are worked out and one picked, in a loop of its own:
+        // it vectorises, and no branch is mispredicted.
+        float* gains = L;
+        float* lifts = targets;
         for (int col = 0; col < width; ++col) {
             float const l = L[col];
             float const t = targets[col];
-            // Darker: v - v (l - t) / l = v t / l. Lighter: v + (255 - v) k
-            // with k = (t - l) / (255 - l). Black and white become the target.
             bool const flat = l == 0.0f || l == 255.0f;
             bool const darker = l >= t;
             float const k = darker ? 0.0f : (t - l) / (255.0f - l);
-            float const gain = flat ? 0.0f : (darker ? t / l : 1.0f - k);
-            float const lift = flat ? t : 255.0f * k;
-            float* p = pixels + size_t(col) * channels;
-            for (int c = 0; c < movedChannels; ++c)
-                p[c] = p[c] * gain + lift;
+            float const darkerGain = t / l;
+            gains[col] = flat ? 0.0f : (darker ? darkerGain : 1.0f - k);
+            lifts[col] = flat ? t : 255.0f * k;
         }
+        if (movedChannels != channels) {
+            for (int col = 0; col < width; ++col) {
+                float* p = pixels + size_t(col) * channels;
+                for (int c = 0; c < movedChannels; ++c)
+                    p[c] = p[c] * gains[col] + lifts[col];
+            }
+            return;
+        }
+        int const samples = width * channels;
+        spreadOverSamples(gains, width, channels, sampleScratch);
+        for (int i = 0; i < samples; ++i)
+            pixels[i] *= sampleScratch[i];
+        spreadOverSamples(lifts, width, channels, sampleScratch);
+        for (int i = 0; i < samples; ++i)
+            pixels[i] += sampleScratch[i];
     }
 }
 
@@ -129,13 +165,14 @@ void moveLuminanceByRows(FlexImage<T>* image, int movedChannels, RowTarget rowTa
     int const channels = image->channels;
     std::vector<float> luminance(size_t(std::max(image->width, 0)));
     std::vector<float> moved(luminance.size());
+    std::vector<float> sampleScratch(luminance.size() * size_t(std::max(channels, 0)));
     forEachUsedRow(image, [&](int y, int x0, T* p, int width) {
         for (int i = 0; i < width; ++i)
             luminance[i] = float(pixelLuminance(p + i * channels, channels));
         auto const target = rowTarget(y);
         for (int i = 0; i < width; ++i)
             moved[i] = target(x0 + i, luminance[i]);
-        moveRowLuminance(p, width, channels, movedChannels, luminance.data(), moved.data());
+        moveRowLuminance(p, width, channels, movedChannels, luminance.data(), moved.data(), sampleScratch.data());
     });
 }
 

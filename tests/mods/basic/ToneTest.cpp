@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <memory>
@@ -29,6 +30,21 @@ TEST(ToneFilters, BrightnessIsAStraightLine)
     expectPixel(applyToPixel(white, {0, 17, 200}), 255.0f, 255.0f, 255.0f);
     ImageModBrightness black(0.0f);
     expectPixel(applyToPixel(black, {3, 128, 255}), 0.0f, 0.0f, 0.0f);
+    // Fractional samples follow the same lines closely, and samples beyond
+    // 0..255 (or not numbers) take the nearest end of the curve.
+    for (float amount : {0.37f, 1.61f}) {
+        ImageModBrightness mod(amount);
+        double const low = amount >= 1.0f ? 255.0 * (amount - 1.0) : 0.0;
+        double const high = amount >= 1.0f ? 255.0 : 255.0 * amount;
+        for (float c = 0.0f; c < 255.0f; c += 0.731f) {
+            float const expected = float(low + (high - low) * c / 255.0);
+            EXPECT_NEAR(applyToFloatPixel(mod, {c})[0], expected, 1e-4f * std::max(expected, 1.0f)) << amount << " " << c;
+        }
+        Pixel const ends = applyToFloatPixel(mod, {-40.0f, 300.0f, std::nanf("")});
+        EXPECT_NEAR(ends[0], low, 1e-3);
+        EXPECT_NEAR(ends[1], high, 1e-3);
+        EXPECT_NEAR(ends[2], low, 1e-3);
+    }
 }
 
 TEST(ToneFilters, ContrastIsAPowerCurveAboutTheCentre)
