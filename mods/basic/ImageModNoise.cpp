@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <type_traits>
 #include <vector>
 
 #include "imaging/FastPow.h"
@@ -72,6 +73,18 @@ void addLuminanceGrain(T* row, int width, int channels, float const* grain, floa
         float const lighter = 1.0f - d;
         float const darker = 1.0f / (1.0f + d);
         pixelExponents[col] = d >= 0.0f ? lighter : darker;
+    }
+    if constexpr (std::is_same_v<T, float>) {
+        if (channels == 3 && allGrey(row, size_t(width))) {
+            // A grey pixel's samples all rise alike: one power a pixel.
+            float* greys = exponents;
+            for (int col = 0; col < width; ++col)
+                greys[col] = row[3 * col];
+            raiseSamples(greys, width, pixelExponents);
+            for (int col = 0; col < width; ++col)
+                row[3 * col] = row[3 * col + 1] = row[3 * col + 2] = greys[col];
+            return;
+        }
     }
     spreadOverSamples(pixelExponents, width, channels, exponents);
     raiseSamples(row, width * channels, exponents);

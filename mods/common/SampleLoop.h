@@ -39,6 +39,44 @@ void forEachUsedRow(FlexImage<T>* image, Row row)
         row(y, used.left, image->pixelAt(used.left, y), used.width());
 }
 
+// Whether each of count three-sample pixels has red, green and blue alike.
+// Stops at the first that has not, so a colour picture costs next to
+// nothing.
+template <typename T>
+bool allGrey(T const* p, size_t count)
+{
+    for (size_t i = 0; i < count; ++i, p += 3)
+        if (!(p[0] == p[1] && p[1] == p[2]))
+            return false;
+    return true;
+}
+
+// A per-sample rule over n samples of three-sample pixels. Black and white
+// looks leave every pixel grey, and a grey pixel's three samples give three
+// equal results: in a block of grey pixels the rule is worked out once a
+// pixel (in a plain loop over the block's greys) and the result copied.
+template <typename Rule>
+void applyToGreyOrColourBlocks(float* samples, size_t n, Rule& rule)
+{
+    constexpr size_t blockPixels = 256;
+    float greys[blockPixels];
+    for (size_t start = 0; start < n; start += 3 * blockPixels) {
+        float* p = samples + start;
+        size_t const pixels = std::min(blockPixels, (n - start) / 3);
+        if (!allGrey(p, pixels)) {
+            for (size_t i = 0; i < 3 * pixels; ++i)
+                p[i] = rule(p[i]);
+            continue;
+        }
+        for (size_t i = 0; i < pixels; ++i)
+            greys[i] = p[3 * i];
+        for (size_t i = 0; i < pixels; ++i)
+            greys[i] = rule(greys[i]);
+        for (size_t i = 0; i < pixels; ++i)
+            p[3 * i] = p[3 * i + 1] = p[3 * i + 2] = greys[i];
+    }
+}
+
 // Applies a per-sample rule to every sample of the image. 8-bit images have
 // only 256 possible inputs, so the rule is evaluated once per input value into
 // a table and the pixels are mapped through it: the same results, far fewer
@@ -55,7 +93,12 @@ void forEachSample(FlexImage<T>* image, Rule rule)
                 samples[i] = table[samples[i]];
         });
     } else {
-        forEachUsedStretch(image, [&rule](T* samples, size_t n) {
+        int const channels = image->channels;
+        forEachUsedStretch(image, [&rule, channels](T* samples, size_t n) {
+            if (channels == 3) {
+                applyToGreyOrColourBlocks(samples, n, rule);
+                return;
+            }
             for (size_t i = 0; i < n; ++i)
                 samples[i] = rule(samples[i]);
         });
