@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <memory>
+#include <type_traits>
 
 #include "mods/ImageModderMulti.h"
 #include "mods/basic/BlurKernels.h"
@@ -158,6 +160,54 @@ TEST(SpatialFilters, SharpenAddsTheHighPass)
     EXPECT_FLOAT_EQ(image.pixelAt(2, 2)[0], 255.0f);
     EXPECT_FLOAT_EQ(image.pixelAt(1, 2)[1], 25.0f);
     EXPECT_FLOAT_EQ(image.pixelAt(0, 0)[2], 50.0f);
+}
+
+// Sharpen by its rule, sample by sample: v + a x (the high-pass kernel over
+// the pixel's neighbourhood, edges repeated), limited to 0..255.
+template <typename T>
+void expectSharpenedByTheKernel(int channels, float scale)
+{
+    FlexImage<T> image(37, 23, channels);
+    fillTestPattern(image, 5);
+    FlexImage<T> original(37, 23, channels);
+    fillTestPattern(original, 5);
+    // Amount 25: a quarter of the high-pass, exact in binary, so that 8-bit
+    // results truncate alike.
+    double const a = 0.25;
+    ImageModSharpen sharpen(25.0f);
+    ImageModChunkInfo info;
+    info.fullWidth = image.width;
+    info.fullHeight = image.height;
+    info.scale = scale;
+    sharpen.applyMod(&image, &info);
+    int const r = ImageModSharpen::radiusForScale(scale);
+    GrowArray<float> kernel;
+    ImageModSharpen::makeHighPassKernel(r, &kernel);
+    int const side = 2 * r + 1;
+    for (int y = 0; y < image.height; ++y)
+        for (int x = 0; x < image.width; ++x)
+            for (int c = 0; c < channels; ++c) {
+                double high = 0.0;
+                for (int ky = 0; ky < side; ++ky)
+                    for (int kx = 0; kx < side; ++kx) {
+                        int const sy = std::clamp(y + ky - r, 0, image.height - 1);
+                        int const sx = std::clamp(x + kx - r, 0, image.width - 1);
+                        high += kernel[ky * side + kx] * double(original.pixelAt(sx, sy)[c]);
+                    }
+                double const v = std::clamp(double(original.pixelAt(x, y)[c]) + high * a, 0.0, 255.0);
+                double const expected = std::is_same_v<T, float> ? v : std::floor(v);
+                ASSERT_NEAR(double(image.pixelAt(x, y)[c]), expected, 1e-3)
+                    << x << "," << y << " channel " << c << " scale " << scale;
+            }
+}
+
+TEST(SpatialFilters, SharpenFollowsItsKernelEverywhere)
+{
+    for (float scale : {1.0f, 0.25f, 0.1f}) {
+        expectSharpenedByTheKernel<float>(3, scale);
+        expectSharpenedByTheKernel<float>(4, scale);
+        expectSharpenedByTheKernel<unsigned char>(3, scale);
+    }
 }
 
 TEST(SpatialFilters, VignetteFollowsTheRampFromThePictureCentre)
