@@ -60,8 +60,7 @@ void addLuminanceGrain(T* row, int width, int channels, float const* grain, floa
 {
     float* exponents = scratch;
     float* pixelExponents = scratch + size_t(width) * size_t(channels);
-    for (int col = 0; col < width; ++col)
-        pixelExponents[col] = float(pixelLuminance(row + size_t(col) * channels, channels));
+    rowLuminances(row, width, channels, pixelExponents);
     for (int col = 0; col < width; ++col) {
         // Samples beyond 0..255 (an earlier filter may leave them) are
         // taken at the nearest end, so that the power stays finite.

@@ -24,20 +24,26 @@ void ImageModSaturation::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
     if (amount == 1.0f)
         return;
     float const a = float(saturationFactor(amount));
+    int const channels = image->channels;
+    std::vector<float> greys(size_t(std::max(image->width, 0)));
     if (version != 2) {
-        forEachPixel(image, [=](T* p, int channels) {
-            float const grey = float(pixelLuminance(p, channels));
-            for (int c = 0; c < channels; ++c)
-                p[c] = FlexImage<T>::storeSample(clamp255(float(p[c]) * a + grey * (1.0f - a)));
+        // A row's greys, spread over their samples, then every sample
+        // blended with its grey in one plain loop.
+        std::vector<float> sampleGreys(greys.size() * size_t(std::max(channels, 0)));
+        float const greyWeight = 1.0f - a;
+        forEachUsedRow(image, [&](int, int, T* row, int width) {
+            rowLuminances(row, width, channels, greys.data());
+            spreadOverSamples(greys.data(), width, channels, sampleGreys.data());
+            int const samples = width * channels;
+            for (int i = 0; i < samples; ++i)
+                row[i] = FlexImage<T>::storeSample(clamp255(float(row[i]) * a + sampleGreys[i] * greyWeight));
         });
         return;
     }
-    if (image->channels < 3)
+    if (channels < 3)
         return;
     // A row's greys first, in a loop of its own (it vectorises), then the
     // samples pushed away from them.
-    int const channels = image->channels;
-    std::vector<float> greys(size_t(std::max(image->width, 0)));
     forEachUsedRow(image, [&](int, int, T* row, int width) {
         for (int x = 0; x < width; ++x) {
             T const* p = row + size_t(x) * channels;

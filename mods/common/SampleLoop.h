@@ -133,6 +133,21 @@ void forEachPixel(FlexImage<T>* image, Rule rule)
     });
 }
 
+// The luminance of each of count pixels, as float. Three channels, the
+// common case, take a loop of their own with a fixed stride, which the
+// compiler can vectorise.
+template <typename T>
+void rowLuminances(T const* pixels, int count, int channels, float* out)
+{
+    if (channels == 3) {
+        for (int i = 0; i < count; ++i)
+            out[i] = float(luminance(pixels[3 * i], pixels[3 * i + 1], pixels[3 * i + 2]));
+        return;
+    }
+    for (int i = 0; i < count; ++i)
+        out[i] = float(pixelLuminance(pixels + size_t(i) * channels, channels));
+}
+
 // Each of count per-pixel values repeated over the pixel's channels into
 // out, so that a per-sample loop after it is one plain loop (three channels,
 // the common case, in a loop the compiler can vectorise).
@@ -210,8 +225,7 @@ void moveLuminanceByRows(FlexImage<T>* image, int movedChannels, RowTarget rowTa
     std::vector<float> moved(luminance.size());
     std::vector<float> sampleScratch(luminance.size() * size_t(std::max(channels, 0)));
     forEachUsedRow(image, [&](int y, int x0, T* p, int width) {
-        for (int i = 0; i < width; ++i)
-            luminance[i] = float(pixelLuminance(p + i * channels, channels));
+        rowLuminances(p, width, channels, luminance.data());
         auto const target = rowTarget(y);
         for (int i = 0; i < width; ++i)
             moved[i] = target(x0 + i, luminance[i]);
