@@ -128,7 +128,7 @@ void dispatchApply(size_t count, DispatchPriority priority, std::function<void(s
     auto state = std::make_shared<ApplyState>();
     state->work = &work;
     state->count = count;
-    size_t const helpers = std::min(count - 1, size_t(std::max(1, QThreadPool::globalInstance()->maxThreadCount())));
+    size_t const helpers = std::min(count - 1, size_t(std::max(1, QThreadPool::globalInstance()->maxThreadCount() - 1)));
     for (size_t h = 0; h < helpers; ++h)
         startOnPool([state] { state->runIndices(); }, priority);
     state->runIndices();

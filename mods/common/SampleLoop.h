@@ -133,9 +133,8 @@ void forEachPixel(FlexImage<T>* image, Rule rule)
     });
 }
 
-// The luminance of each of count pixels, as float. Three channels, the
-// common case, take a loop of their own with a fixed stride, which the
-// compiler can vectorise.
+// The luminance of each of count pixels, as float (three channels, the
+// common case, in a loop of fixed stride without a test per pixel).
 template <typename T>
 void rowLuminances(T const* pixels, int count, int channels, float* out)
 {
