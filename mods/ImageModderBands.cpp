@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "core/ParallelDispatch.h"
+#include "core/ScratchPool.h"
 #include "mods/ImageModderMulti.h"
 #include "mods/TileRows.h"
 #include "mods/UsedRegion.h"
@@ -17,6 +18,14 @@ constexpr int minimumTileEdge = 256;
 // tall band of the one before. Sixteen rows a pixel of halo keep the rows
 // read twice under an eighth of those made.
 constexpr int bandRowsPerHaloPixel = 16;
+
+// Never destroyed: bands may still render on worker threads while the
+// program ends.
+ScratchPool<FlexImage<float>>& tilePool()
+{
+    static auto* pool = new ScratchPool<FlexImage<float>>();
+    return *pool;
+}
 
 } // namespace
 
@@ -61,6 +70,12 @@ void ImageModderBands::renderBand(FlexImage<T> const& window, int windowTop, int
 {
     int const step = tileStep();
     int const across = std::max(1, (width + step - 1) / step);
+    // A band of a chain with a wide halo has large tiles, enough to keep
+    // every core busy; two such bands at once would only hold two sets of
+    // working tiles. They take turns.
+    std::unique_lock<std::mutex> turn(wideBandTurn, std::defer_lock);
+    if (step > minimumTileEdge)
+        turn.lock();
     dispatchApply(size_t(across), DispatchPriority::Default, [&](size_t i) {
         int const x0 = int(i) * step;
         renderTile(window, windowTop, firstRow, x0, std::min(width, x0 + step), band);
@@ -77,8 +92,9 @@ void ImageModderBands::renderTile(FlexImage<T> const& window, int windowTop, int
     int const readBottom = std::min(height, firstRow + band->height + radius);
     int const channels = window.channels;
 
-    // One working tile per thread, reused from band to band.
-    thread_local FlexImage<float> tile;
+    // Working tiles are reused from band to band.
+    auto const lease = tilePool().lease();
+    FlexImage<float>& tile = *lease;
     tile.channels = 3;
     tile.ensureSize(readRight - readX, readBottom - readY);
     for (int row = 0; row < tile.height; ++row)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <mutex>
 #include <vector>
 
 #include "core/GrowArray.h"
@@ -15,7 +16,8 @@
 // the same chain bit for bit.
 //
 // The chain is copied (flattened like the chain renderer's) when the object
-// is made; bands may then be rendered from several threads at once.
+// is made; bands may then be rendered from several threads at once (those of
+// a chain with a wide halo one after another, each on all cores).
 class ImageModderBands
 {
 public:
@@ -47,6 +49,7 @@ private:
     int height;
     float scale;
     int radius = 0;
+    mutable std::mutex wideBandTurn;
 
     int tileStep() const;
     template <typename T>

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <vector>
 
+#include "core/ScratchPool.h"
 #include "imaging/WidestVectors.h"
 #include "mods/UsedRegion.h"
 #include "mods/common/SampleLoop.h"
@@ -35,8 +36,8 @@ inline float quantised(float v, double scale)
     return whole + float(exact - whole >= 0.5f);
 }
 
-// Scratch planes kept per thread: a blur of a large tile needs tens of
-// megabytes, and fresh pages cost more to fault in than the blur itself.
+// Scratch planes lent out for each blur: a blur of a large tile needs tens
+// of megabytes, and fresh pages cost more to fault in than the blur itself.
 template <typename Value>
 Value* scratch(std::vector<Value>& keep, size_t count)
 {
@@ -45,8 +46,7 @@ Value* scratch(std::vector<Value>& keep, size_t count)
     return keep.data();
 }
 
-// The scratch of the blurs, shared by all of them on a thread (one blur never
-// runs inside another).
+// The scratch of one blur.
 struct BlurScratch
 {
     std::vector<float> plane;
@@ -55,10 +55,12 @@ struct BlurScratch
     std::vector<double> sums;
 };
 
-BlurScratch& blurScratch()
+// Never destroyed: blurs may still run on worker threads while the program
+// ends.
+ScratchPool<BlurScratch>& blurScratchPool()
 {
-    thread_local BlurScratch keep;
-    return keep;
+    static auto* pool = new ScratchPool<BlurScratch>();
+    return *pool;
 }
 
 // Whole numbers, worked out in 64 bits (exact as doubles up to reaches of
@@ -256,9 +258,9 @@ WIDEST_VECTORS void sweepStrip(float const* in, size_t rowLength, size_t width, 
 // over a row unroll over the pieces and vectorise.
 template <int Pieces>
 void sweepRows(float const* in, size_t rowLength, int rows, int from, int to, PiecewiseKernel const& k,
-               double scale, float* out)
+               double scale, std::vector<double>& sumsScratch, float* out)
 {
-    double* sums = scratch(blurScratch().sums, size_t(3 * Pieces) * sweepStripWidth);
+    double* sums = scratch(sumsScratch, size_t(3 * Pieces) * sweepStripWidth);
     SweepWeights<Pieces> const weights(k, scale);
     for (size_t first = 0; first < rowLength; first += sweepStripWidth)
         sweepStrip<Pieces>(in + first, rowLength, std::min(sweepStripWidth, rowLength - first), rows, from, to, k,
@@ -266,12 +268,12 @@ void sweepRows(float const* in, size_t rowLength, int rows, int from, int to, Pi
 }
 
 void sweepRows(float const* in, size_t rowLength, int rows, int from, int to, PiecewiseKernel const& k, double scale,
-               float* out)
+               std::vector<double>& sumsScratch, float* out)
 {
     if (k.count == 3)
-        sweepRows<3>(in, rowLength, rows, from, to, k, scale, out);
+        sweepRows<3>(in, rowLength, rows, from, to, k, scale, sumsScratch, out);
     else
-        sweepRows<1>(in, rowLength, rows, from, to, k, scale, out);
+        sweepRows<1>(in, rowLength, rows, from, to, k, scale, sumsScratch, out);
 }
 
 // Rows and columns are exchanged in blocks of 32 x 32 pixels, so that both
@@ -683,7 +685,8 @@ void runningSeparableBlur(FlexImage<T>* image, PiecewiseKernel const& kernel)
     PixelRect const read = grownWithin(used, kernel.reach, image->width, image->height);
     size_t const imageStride = size_t(image->width) * channels;
     size_t const samples = size_t(read.width()) * read.height() * channels;
-    BlurScratch& keep = blurScratch();
+    auto const lease = blurScratchPool().lease();
+    BlurScratch& keep = *lease;
     float* plane = scratch(keep.plane, samples);
     float* blurred = scratch(keep.blurred, samples);
     // Rows: with rows and columns exchanged, each row of the picture is a
@@ -691,11 +694,11 @@ void runningSeparableBlur(FlexImage<T>* image, PiecewiseKernel const& kernel)
     exchangeRowsAndColumns(image->pixelAt(read.left, read.top), imageStride, read.height(), read.width(), channels,
                            plane, size_t(read.height()) * channels, quantisedBy(scale));
     sweepRows(plane, size_t(read.height()) * channels, read.width(), used.left - read.left, used.right - read.left,
-              kernel, scale, blurred);
+              kernel, scale, keep.sums, blurred);
     // Exchanged back, stored as the image stores samples and quantised.
     exchangeRowsAndColumns(blurred, used.width(), read.height(), channels, plane, storedAndQuantisedBy<T>(scale));
     sweepRows(plane, size_t(used.width()) * channels, read.height(), used.top - read.top, used.bottom - read.top,
-              kernel, scale, blurred);
+              kernel, scale, keep.sums, blurred);
     storeBlock(blurred, used, image);
 }
 
@@ -712,7 +715,8 @@ void runningVariableBlur(FlexImage<T>* image, float const* radii, BlurMethod met
     int const reach = reachOfLargest(radii, size_t(width) * image->height);
     PixelRect const read = grownWithin(used, reach, width, image->height);
     size_t const samples = size_t(read.width()) * read.height() * channels;
-    BlurScratch& keep = blurScratch();
+    auto const lease = blurScratchPool().lease();
+    BlurScratch& keep = *lease;
     float* plane = scratch(keep.plane, samples);
     float* blurred = scratch(keep.blurred, samples);
     float* columnRadii = scratch(keep.radii, size_t(used.width()) * read.height());
