@@ -1,5 +1,8 @@
 #include "mods/basic/ImageModExposure.h"
 
+#include <algorithm>
+#include <vector>
+
 #include "mods/common/ExposureRules.h"
 #include "mods/common/SampleLoop.h"
 
@@ -23,7 +26,18 @@ void ImageModExposure::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
         return;
     }
     float const kept = exposureRules::colourKeptWhenDarkening(a);
-    forEachPixel(image, [=](T* p, int channels) { exposureRules::darkenPixel(p, channels, a, kept); });
+    int const channels = image->channels;
+    if (channels > 4) {
+        forEachPixel(image, [=](T* p, int n) { exposureRules::darkenPixel(p, n, a, kept); });
+        return;
+    }
+    size_t const width = size_t(std::max(image->width, 0));
+    std::vector<float> darkened(width * size_t(channels));
+    std::vector<float> sampleGreys(darkened.size());
+    std::vector<float> greys(width);
+    forEachUsedRow(image, [&](int, int, T* row, int count) {
+        exposureRules::darkenRow(row, count, channels, a, kept, darkened.data(), greys.data(), sampleGreys.data());
+    });
 }
 
 INSTANTIATE_TEMPLATE_MOD(ImageModExposure);

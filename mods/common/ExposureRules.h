@@ -60,4 +60,21 @@ void darkenPixel(T* p, int channels, float e, float kept)
         p[c] = FlexImage<T>::storeSample(clamp255(darkened[c] * kept + grey * (1.0f - kept)));
 }
 
+// darkenPixel along a row of pixels of at most four channels, in plain
+// loops: every sample darkened (with the power of a loop over samples), the
+// darkened pixels' luminances, then every sample pulled toward its pixel's.
+// darkened and sampleGreys hold width x channels values, greys width.
+template <typename T>
+void darkenRow(T* row, int width, int channels, float e, float kept, float* darkened, float* greys,
+               float* sampleGreys)
+{
+    int const samples = width * channels;
+    for (int i = 0; i < samples; ++i)
+        darkened[i] = darken<T>(float(row[i]), e);
+    rowLuminances(darkened, width, channels, greys);
+    spreadOverSamples(greys, width, channels, sampleGreys);
+    for (int i = 0; i < samples; ++i)
+        row[i] = FlexImage<T>::storeSample(clamp255(darkened[i] * kept + sampleGreys[i] * (1.0f - kept)));
+}
+
 } // namespace exposureRules

@@ -119,6 +119,22 @@ TEST(ToneFilters, ExposureBrightensHeadroomAndDarkensWithLessColour)
     // White is held at 254.95 so that it darkens.
     Pixel const white = applyToPixel(darker, {255, 255, 255});
     EXPECT_NEAR(white[0], 255 * std::pow(254.95f / 255, 2.0f), 1e-2f);
+
+    // Along a row each pixel is pulled toward its own luminance.
+    FlexImage<float> row(7, 1, 3);
+    for (size_t i = 0; i < row.sampleCount(); ++i)
+        row.pixels[i] = float((i * 83 + 20) % 256);
+    FlexImage<float> before(7, 1, 3);
+    std::memcpy(before.pixels, row.pixels, row.sampleCount() * sizeof(float));
+    darker.applyMod(&row, nullptr);
+    for (int x = 0; x < row.width; ++x) {
+        double dark[3];
+        for (int c = 0; c < 3; ++c)
+            dark[c] = 255.0 * std::pow(std::min(double(before.pixelAt(x, 0)[c]), 254.95) / 255.0, 2.0);
+        double const grey = 0.299 * dark[0] + 0.587 * dark[1] + 0.114 * dark[2];
+        for (int c = 0; c < 3; ++c)
+            EXPECT_NEAR(row.pixelAt(x, 0)[c], dark[c] * w + grey * (1 - w), 1e-3) << "pixel " << x;
+    }
 }
 
 TEST(ToneFilters, GammaVersions)
