@@ -35,8 +35,11 @@ void ImageModExposure::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
     std::vector<float> darkened(width * size_t(channels));
     std::vector<float> sampleGreys(darkened.size());
     std::vector<float> greys(width);
+    auto const darkenSample = [a](float c) { return exposureRules::darken<T>(c, a); };
+    LevelTable levels(darkenSample);
     forEachUsedRow(image, [&](int, int, T* row, int count) {
-        exposureRules::darkenRow(row, count, channels, a, kept, darkened.data(), greys.data(), sampleGreys.data());
+        exposureRules::darkenRow(row, count, channels, a, kept, levels, darkened.data(), greys.data(),
+                                 sampleGreys.data());
     });
 }
 

@@ -61,16 +61,20 @@ void darkenPixel(T* p, int channels, float e, float kept)
 }
 
 // darkenPixel along a row of pixels of at most four channels, in plain
-// loops: every sample darkened (with the power of a loop over samples), the
-// darkened pixels' luminances, then every sample pulled toward its pixel's.
-// darkened and sampleGreys hold width x channels values, greys width.
-template <typename T>
-void darkenRow(T* row, int width, int channels, float e, float kept, float* darkened, float* greys,
+// loops: every sample darkened (through levels, a LevelTable of the
+// darkening, when the row holds whole levels), the darkened pixels'
+// luminances, then every sample pulled toward its pixel's. darkened and
+// sampleGreys hold width x channels values, greys width.
+template <typename T, typename Levels>
+void darkenRow(T* row, int width, int channels, float e, float kept, Levels& levels, float* darkened, float* greys,
                float* sampleGreys)
 {
     int const samples = width * channels;
     for (int i = 0; i < samples; ++i)
-        darkened[i] = darken<T>(float(row[i]), e);
+        darkened[i] = float(row[i]);
+    if (!levels.mapIfWholeLevels(darkened, size_t(samples)))
+        for (int i = 0; i < samples; ++i)
+            darkened[i] = darken<T>(darkened[i], e);
     rowLuminances(darkened, width, channels, greys);
     spreadOverSamples(greys, width, channels, sampleGreys);
     for (int i = 0; i < samples; ++i)

@@ -1,9 +1,11 @@
 #pragma once
 
 #include <algorithm>
+#include <cstdint>
 #include <type_traits>
 #include <vector>
 
+#include "imaging/FastPow.h"
 #include "imaging/FlexImage.h"
 #include "imaging/Luminance.h"
 #include "mods/UsedRegion.h"
@@ -77,10 +79,68 @@ void applyToGreyOrColourBlocks(float* samples, size_t n, Rule& rule)
     }
 }
 
-// Applies a per-sample rule to every sample of the image. 8-bit images have
-// only 256 possible inputs, so the rule is evaluated once per input value into
-// a table and the pixels are mapped through it: the same results, far fewer
-// evaluations. The rule is inlined into the loop (no call per sample).
+// Float samples that are all whole levels 0..255, as an 8-bit photo's are
+// when the first filter of a chain sees them, take a per-sample rule from a
+// table of its 256 results, made on first need: the very results of the
+// rule, one evaluation a level. Any other stretch is left to the caller.
+template <typename Rule>
+class LevelTable
+{
+public:
+    explicit LevelTable(Rule& rule) : rule(rule) {}
+
+    bool mapIfWholeLevels(float* samples, size_t n)
+    {
+        if (!allWholeLevels(samples, n))
+            return false;
+        if (!made) {
+            for (int v = 0; v < 256; ++v)
+                table[v] = rule(float(v));
+            made = true;
+        }
+        for (size_t i = 0; i < n; ++i)
+            samples[i] = table[int(samples[i])];
+        return true;
+    }
+
+private:
+    Rule& rule;
+    bool made = false;
+    float table[256];
+
+    // Exactly 0, 1, ... 255 (not -0, which a rule may tell apart from 0).
+    // Most stretches that are not whole levels show it in their first
+    // samples; the rest are tested in one loop without an early exit, which
+    // vectorises.
+    static bool allWholeLevels(float const* samples, size_t n)
+    {
+        size_t const first = std::min(n, size_t(8));
+        uint32_t differ = 0;
+        for (size_t i = 0; i < first; ++i)
+            differ |= differenceFromLevel(samples[i]);
+        if (differ != 0)
+            return false;
+        for (size_t i = first; i < n; ++i)
+            differ |= differenceFromLevel(samples[i]);
+        return differ == 0;
+    }
+
+    // The bits in which v differs from the whole level nearest below it
+    // (within 0..255): none for a whole level.
+    static uint32_t differenceFromLevel(float v)
+    {
+        float const inRange = v > 0.0f ? (v < 255.0f ? v : 255.0f) : 0.0f;
+        return fastPow::bitsOf(v) ^ fastPow::bitsOf(float(int(inRange)));
+    }
+};
+
+// Applies a per-sample rule to every sample of the image; for rules that cost
+// more than reading a table (a power curve, say). 8-bit images have only 256
+// possible inputs, so the rule is evaluated once per input value into a table
+// and the pixels are mapped through it: the same results, far fewer
+// evaluations. Float images do the same where a stretch holds whole levels
+// only, and otherwise take the rule inlined into the loop (no call per
+// sample), once a pixel where pixels are grey.
 template <typename T, typename Rule>
 void forEachSample(FlexImage<T>* image, Rule rule)
 {
@@ -94,7 +154,10 @@ void forEachSample(FlexImage<T>* image, Rule rule)
         });
     } else {
         int const channels = image->channels;
-        forEachUsedStretch(image, [&rule, channels](T* samples, size_t n) {
+        LevelTable<Rule> levels(rule);
+        forEachUsedStretch(image, [&rule, &levels, channels](T* samples, size_t n) {
+            if (levels.mapIfWholeLevels(samples, n))
+                return;
             if (channels == 3) {
                 applyToGreyOrColourBlocks(samples, n, rule);
                 return;

@@ -1,9 +1,12 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <initializer_list>
 
 #include "imaging/FlexImage.h"
 #include "mods/basic/ImageModContrast.h"
+#include "mods/basic/ImageModExposure.h"
+#include "mods/basic/ImageModGammaLegacy.h"
 #include "mods/basic/ImageModNoise.h"
 
 namespace {
@@ -68,4 +71,29 @@ TEST(GreyPictures, GrainMatchesTheSampleBySampleWay)
                 changed += three.pixelAt(x, y)[c] != before.pixelAt(x, y)[c];
             }
     EXPECT_GT(changed, three.width * three.height) << "the grain moved most samples";
+}
+
+TEST(LevelTables, WholeLevelsGiveTheRulesOwnResults)
+{
+    // The same picture twice, once with a single fractional sample, which
+    // sends it down the sample-by-sample way: every other sample must come
+    // out bit for bit the same.
+    ImageModContrast contrast(1.3f, 80.0f);
+    ImageModGammaLegacy gamma(0.7f);
+    ImageModExposure darkening(0.6f);
+    for (ImageMod* mod : std::initializer_list<ImageMod*>{&contrast, &gamma, &darkening}) {
+        FlexImage<float> levels(300, 2, 3);
+        FlexImage<float> mixed(300, 2, 3);
+        for (size_t i = 0; i < levels.sampleCount(); ++i)
+            levels.pixels[i] = mixed.pixels[i] = float((i * 37) % 256);
+        size_t const fractional = 451;
+        mixed.pixels[fractional] += 0.5f;
+        mod->applyMod(&levels, nullptr);
+        mod->applyMod(&mixed, nullptr);
+        for (size_t i = 0; i < levels.sampleCount(); ++i) {
+            if (i / 3 != fractional / 3) {
+                ASSERT_EQ(levels.pixels[i], mixed.pixels[i]) << mod->name.c_str() << " sample " << i;
+            }
+        }
+    }
 }
