@@ -42,13 +42,19 @@ void ImageModSaturation::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
     }
     if (channels < 3)
         return;
-    // A row's greys first, in a loop of its own (it vectorises), then the
-    // samples pushed away from them.
+    // A row's greys first, in a loop of its own, then the samples pushed
+    // away from them (three channels: the greys spread over the samples and
+    // one plain loop).
+    std::vector<float> sampleGreys(channels == 3 ? greys.size() * 3 : 0);
     forEachUsedRow(image, [&](int, int, T* row, int width) {
-        for (int x = 0; x < width; ++x) {
-            T const* p = row + size_t(x) * channels;
-            double const r = p[0], g = p[1], b = p[2];
-            greys[x] = float(std::sqrt(0.299 * r * r + 0.587 * g * g + 0.114 * b * b));
+        rowOfColourValues(row, width, channels, greys.data(), [](double r, double g, double b) {
+            return std::sqrt(0.299 * r * r + 0.587 * g * g + 0.114 * b * b);
+        });
+        if (channels == 3) {
+            spreadOverSamples(greys.data(), width, 3, sampleGreys.data());
+            for (int i = 0; i < 3 * width; ++i)
+                row[i] = FlexImage<T>::storeSample(clamp255((float(row[i]) - sampleGreys[i]) * a + sampleGreys[i]));
+            return;
         }
         for (int x = 0; x < width; ++x) {
             T* p = row + size_t(x) * channels;
