@@ -59,6 +59,7 @@ template <typename T>
 void addLuminanceGrain(T* row, int width, int channels, float const* grain, float strength, float* scratch)
 {
     float* exponents = scratch;
+    // The pixels' luminances, replaced by their exponents.
     float* pixelExponents = scratch + size_t(width) * size_t(channels);
     rowLuminances(row, width, channels, pixelExponents);
     for (int col = 0; col < width; ++col) {
