@@ -33,10 +33,8 @@ void ImageModSaturation::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
         float const greyWeight = 1.0f - a;
         forEachUsedRow(image, [&](int, int, T* row, int width) {
             rowLuminances(row, width, channels, greys.data());
-            spreadOverSamples(greys.data(), width, channels, sampleGreys.data());
-            int const samples = width * channels;
-            for (int i = 0; i < samples; ++i)
-                row[i] = FlexImage<T>::storeSample(clamp255(float(row[i]) * a + sampleGreys[i] * greyWeight));
+            setSamplesFromPixelValues(row, row, width, channels, greys.data(), sampleGreys.data(),
+                                      [a, greyWeight](float v, float grey) { return v * a + grey * greyWeight; });
         });
         return;
     }
@@ -51,9 +49,8 @@ void ImageModSaturation::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
             return std::sqrt(0.299 * r * r + 0.587 * g * g + 0.114 * b * b);
         });
         if (channels == 3) {
-            spreadOverSamples(greys.data(), width, 3, sampleGreys.data());
-            for (int i = 0; i < 3 * width; ++i)
-                row[i] = FlexImage<T>::storeSample(clamp255((float(row[i]) - sampleGreys[i]) * a + sampleGreys[i]));
+            setSamplesFromPixelValues(row, row, width, 3, greys.data(), sampleGreys.data(),
+                                      [a](float v, float grey) { return (v - grey) * a + grey; });
             return;
         }
         for (int x = 0; x < width; ++x) {

@@ -55,10 +55,8 @@ void ImageModVignette::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
     std::vector<float> sampleDarkening(width * size_t(std::max(channels, 0)));
     forEachUsedRow(image, [&](int y, int x0, T* p, int count) {
         darkenAlongRow<T>(float(y) - frame.centreY, frame.centreX, reach, e, a, x0, count, darkening.data());
-        spreadOverSamples(darkening.data(), count, channels, sampleDarkening.data());
-        int const samples = count * channels;
-        for (int i = 0; i < samples; ++i)
-            p[i] = FlexImage<T>::storeSample(clamp255(float(p[i]) - sampleDarkening[i]));
+        setSamplesFromPixelValues(p, p, count, channels, darkening.data(), sampleDarkening.data(),
+                                  [](float v, float darker) { return v - darker; });
     });
 }
 

@@ -76,9 +76,8 @@ void darkenRow(T* row, int width, int channels, float e, float kept, Levels& lev
         for (int i = 0; i < samples; ++i)
             darkened[i] = darken<T>(darkened[i], e);
     rowLuminances(darkened, width, channels, greys);
-    spreadOverSamples(greys, width, channels, sampleGreys);
-    for (int i = 0; i < samples; ++i)
-        row[i] = FlexImage<T>::storeSample(clamp255(darkened[i] * kept + sampleGreys[i] * (1.0f - kept)));
+    setSamplesFromPixelValues(row, darkened, width, channels, greys, sampleGreys,
+                              [kept](float v, float grey) { return v * kept + grey * (1.0f - kept); });
 }
 
 } // namespace exposureRules

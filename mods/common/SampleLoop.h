@@ -238,6 +238,12 @@ void rowLuminances(T const* pixels, int count, int channels, float* out)
     rowOfColourValues(pixels, count, channels, out, [](double r, double g, double b) { return luminance(r, g, b); });
 }
 
+// Clamps to the sample range.
+inline float clamp255(float v)
+{
+    return v < 0.0f ? 0.0f : (v > 255.0f ? 255.0f : v);
+}
+
 // Each of count per-pixel values repeated over the pixel's channels into
 // out, so that a per-sample loop after it is one plain loop (three channels,
 // the common case, in a loop the compiler can vectorise).
@@ -252,6 +258,21 @@ inline void spreadOverSamples(float const* values, int count, int channels, floa
     for (int i = 0; i < count; ++i)
         for (int c = 0; c < channels; ++c)
             out[i * channels + c] = values[i];
+}
+
+// Sets each sample of a row of count pixels to rule(source sample, its
+// pixel's value), clamped to the sample range: the per-pixel values are
+// spread over their samples into sampleScratch (count x channels values)
+// first, so that the rule runs in one plain loop, which vectorises. source
+// may be the row itself.
+template <typename T, typename Source, typename Rule>
+void setSamplesFromPixelValues(T* row, Source const* source, int count, int channels, float const* pixelValues,
+                               float* sampleScratch, Rule rule)
+{
+    spreadOverSamples(pixelValues, count, channels, sampleScratch);
+    int const samples = count * channels;
+    for (int i = 0; i < samples; ++i)
+        row[i] = FlexImage<T>::storeSample(clamp255(rule(float(source[i]), sampleScratch[i])));
 }
 
 // Moves one row's pixels from luminance L[i] to targets[i], keeping hue and
@@ -321,10 +342,4 @@ void moveLuminanceByRows(FlexImage<T>* image, int movedChannels, RowTarget rowTa
             moved[i] = target(x0 + i, luminance[i]);
         moveRowLuminance(p, width, channels, movedChannels, luminance.data(), moved.data(), sampleScratch.data());
     });
-}
-
-// Clamps to the sample range.
-inline float clamp255(float v)
-{
-    return v < 0.0f ? 0.0f : (v > 255.0f ? 255.0f : v);
 }
