@@ -63,29 +63,34 @@ ScratchPool<BlurScratch>& blurScratchPool()
     return *pool;
 }
 
-// Whole numbers, worked out in 64 bits (exact as doubles up to reaches of
-// about 10^5; beyond, rounded once, the same for every tile).
-double sumOfOffsets(int m) // 1 + 2 + ... + m
+// Whole numbers, worked out in doubles so that a loop of kernels vectorises:
+// exact up to reaches of about 10^5; beyond, rounded, the same for every
+// tile.
+inline double sumOfOffsets(int m) // 1 + 2 + ... + m
 {
-    return double(int64_t(m) * (m + 1) / 2);
+    double const d = m;
+    return d * (d + 1.0) * 0.5;
 }
 
-double sumOfSquares(int m) // 1 + 4 + ... + m^2
+inline double sumOfSquares(int m) // 1 + 4 + ... + m^2
 {
-    return double(int64_t(m) * (m + 1) * (2 * int64_t(m) + 1) / 6);
+    double const d = m;
+    return d * (d + 1.0) * (2.0 * d + 1.0) / 6.0;
 }
 
 // floor and ceil of a value in 0..2^30, without a library call (a blur
 // with its own radius at every pixel takes both at every pixel).
-int floorOfPositive(double v)
+inline int floorOfPositive(double v)
 {
     return int(v);
 }
 
-int ceilOfPositive(double v)
+// In float: a comparison of floats gives a mask as wide as an int, which
+// keeps a loop of them vectorisable.
+inline int ceilOfPositive(float v)
 {
     int const whole = int(v);
-    return whole + int(double(whole) < v);
+    return whole + (float(whole) < v ? 1 : 0);
 }
 
 // A kernel symmetric about offset 0: a + c i^2 for |i| <= inner, and
@@ -103,8 +108,9 @@ struct SymmetricKernel
 };
 
 // ease(1 - t / (extent + 1)) for t in -reach..reach: 1 - 2 (t v)^2 up to
-// half way, 2 (1 - |t| v)^2 beyond (v = 1 / (extent + 1)).
-SymmetricKernel gaussianShape(double extent, int reach)
+// half way, 2 (1 - |t| v)^2 beyond (v = 1 / (extent + 1)). Extent 0 leaves
+// the samples as they are. (No branches: a line of kernels vectorises.)
+inline SymmetricKernel gaussianShape(double extent, int reach)
 {
     SymmetricKernel k;
     double const v = 1.0 / (extent + 1.0);
@@ -116,36 +122,93 @@ SymmetricKernel gaussianShape(double extent, int reach)
     k.sideB = -4.0 * v;
     k.sideC = 2.0 * v * v;
     int const inner = k.inner;
-    double outer = 0.0;
-    if (reach > inner)
-        outer = 2.0 * (double(reach - inner) - 2.0 * v * (sumOfOffsets(reach) - sumOfOffsets(inner)) +
-                       v * v * (sumOfSquares(reach) - sumOfSquares(inner)));
+    // 0 when the sides are empty (reach = inner).
+    double const outer = 2.0 * (double(reach - inner) - 2.0 * v * (sumOfOffsets(reach) - sumOfOffsets(inner)) +
+                                v * v * (sumOfSquares(reach) - sumOfSquares(inner)));
     k.norm = 1.0 + 2.0 * ((double(inner) - 2.0 * v * v * sumOfSquares(inner)) + outer);
     return k;
 }
 
 // Weight 1 within the extent, (extent + 1) - t for the one offset beyond.
-SymmetricKernel boxShape(double extent, int reach)
+// Reach 0 leaves the samples as they are.
+inline SymmetricKernel boxShape(double extent, int reach)
 {
     SymmetricKernel k;
+    bool const blurs = reach > 0;
     double const end = extent + 1.0 - double(reach);
     k.reach = reach;
-    k.inner = reach - 1;
-    k.sideA = end;
-    k.norm = double(2 * reach - 1) + 2.0 * end;
+    k.inner = blurs ? reach - 1 : 0;
+    k.sideA = blurs ? end : 0.0;
+    k.norm = blurs ? double(2 * reach - 1) + 2.0 * end : 1.0;
     return k;
 }
 
-// The circular blur's kernel for one radius (no blur for 0 or for what is
-// not a number); radii past a million pixels blur as a million.
-SymmetricKernel shapeForRadius(BlurMethod method, float radius)
+// The circular blur's kernels for a line of radii (no blur for 0 or for
+// what is not a number; radii past a million pixels blur as a million), one
+// array a setting, and each kernel's 1 / (norm x scale). Made in plain loops
+// of their own, which vectorise, before the line is blurred.
+class LineShapes
 {
-    if (!(radius > 0.0f))
-        return SymmetricKernel();
-    float const extent = std::min(radius, 1.0e6f);
-    int const reach = ceilOfPositive(extent);
-    return method == BlurBox ? boxShape(extent, reach) : gaussianShape(extent, reach);
-}
+public:
+    void make(BlurMethod method, float const* radii, int count, double scale)
+    {
+        resize(size_t(std::max(count, 0)));
+        if (method == BlurBox)
+            makeWith(radii, count, scale, boxShape);
+        else
+            makeWith(radii, count, scale, gaussianShape);
+    }
+
+    // The blurred samples at position x of the line with kernel i, from the
+    // pieces' sums of offset^k times the samples: a (= 1) S0 + c S2 over the
+    // middle, and over the sides, whose weights mirror each other, sideA S0
+    // + sideB (S1 right - S1 left) + sideC S2.
+    double total(size_t i, double middleS0, double middleS2, double sidesS0, double sidesS1,
+                 double sidesS2) const
+    {
+        return (middleS0 + c[i] * middleS2 + (sideA[i] * sidesS0 + sideB[i] * sidesS1 + sideC[i] * sidesS2)) *
+               toSample[i];
+    }
+
+    std::vector<int> inner, reach;
+
+private:
+    std::vector<double> c, sideA, sideB, sideC, toSample;
+
+    void resize(size_t n)
+    {
+        for (std::vector<int>* v : {&inner, &reach})
+            v->resize(n);
+        for (std::vector<double>* v : {&c, &sideA, &sideB, &sideC, &toSample})
+            v->resize(n);
+    }
+
+    template <typename Shape>
+    void makeWith(float const* radii, int count, double scale, Shape shape)
+    {
+        int* const innerOf = inner.data();
+        int* const reachOf = reach.data();
+        double* const cOf = c.data();
+        double* const sideAOf = sideA.data();
+        double* const sideBOf = sideB.data();
+        double* const sideCOf = sideC.data();
+        double* const toSampleOf = toSample.data();
+        // The arrays are apart from each other and from the radii.
+#pragma GCC ivdep
+        for (int i = 0; i < count; ++i) {
+            float const radius = radii[i];
+            float const extent = radius > 0.0f ? std::min(radius, 1.0e6f) : 0.0f;
+            SymmetricKernel const k = shape(extent, ceilOfPositive(extent));
+            innerOf[i] = k.inner;
+            reachOf[i] = k.reach;
+            cOf[i] = k.c;
+            sideAOf[i] = k.sideA;
+            sideBOf[i] = k.sideB;
+            sideCOf[i] = k.sideC;
+            toSampleOf[i] = 1.0 / (k.norm * scale);
+        }
+    }
+};
 
 // The kernel as pieces: the middle, then the right side and the left side
 // (the sides only where they have offsets).
@@ -385,21 +448,20 @@ public:
         }
     }
 
-    // The blurred samples at position x for kernel k, toSample = 1 / (norm
-    // x scale). With Sk the sum of offset^k times sample over a piece, the
-    // middle contributes a S0 + c S2, and the two sides, whose weights
-    // mirror each other, sideA (S0 of both) + sideB (S1 right - S1 left) +
-    // sideC (S2 of both): the sides' sums are combined as whole numbers
-    // before they are moved to the centre and turned into doubles.
-    void blurAt(int x, SymmetricKernel const& k, double toSample, float* out) const
+    // The blurred samples at position x with kernel i of shapes. The sides'
+    // sums are combined as whole numbers before they are moved to the
+    // centre and turned into doubles.
+    void blurAt(int x, LineShapes const& shapes, size_t i, float* out) const
     {
         size_t const at = size_t(x) + size_t(pad);
         // The pieces' bounds as prefix positions: left A..B, middle B..C,
         // right C..D (an empty side reads one prefix twice: sums of 0).
-        uint64_t const* A = &prefix[(at - k.reach) * perPosition()];
-        uint64_t const* B = &prefix[(at - k.inner) * perPosition()];
-        uint64_t const* C = &prefix[(at + k.inner + 1) * perPosition()];
-        uint64_t const* D = &prefix[(at + k.reach + 1) * perPosition()];
+        int const inner = shapes.inner[i];
+        int const reach = shapes.reach[i];
+        uint64_t const* A = &prefix[(at - reach) * perPosition()];
+        uint64_t const* B = &prefix[(at - inner) * perPosition()];
+        uint64_t const* C = &prefix[(at + inner + 1) * perPosition()];
+        uint64_t const* D = &prefix[(at + reach + 1) * perPosition()];
         // Sums over absolute positions j become sums over offsets j - X:
         // S1 = P1 - X P0 and S2 = P2 - 2 X P1 + X^2 P0.
         uint64_t const X = at;
@@ -423,9 +485,7 @@ public:
             double const sidesS0 = double(int64_t(both0));
             double const sidesS1 = double(int64_t(apart1 - X * apart0));
             double const sidesS2 = double(int64_t(both2 - twiceX * both1 + squareX * both0));
-            double const total =
-                k.a * middleS0 + k.c * middleS2 + (k.sideA * sidesS0 + k.sideB * sidesS1 + k.sideC * sidesS2);
-            out[c] = float(total * toSample);
+            out[c] = float(shapes.total(i, middleS0, middleS2, sidesS0, sidesS1, sidesS2));
         }
     }
 
@@ -449,20 +509,13 @@ void sweepVaryingLines(float const* in, int lines, int length, int anyChannels, 
     int const channels = Channels > 0 ? Channels : anyChannels;
     int const made = to - from;
     LinePrefixSums<Channels> sums(channels, pad);
-    std::vector<SymmetricKernel> shapes(static_cast<size_t>(made));
-    std::vector<double> toSample(static_cast<size_t>(made));
+    LineShapes shapes;
     for (int line = 0; line < lines; ++line) {
         sums.build(in + size_t(line) * length * channels, length);
-        // The line's kernels first, in a loop of their own: their divisions
-        // then overlap instead of each holding up its pixel's sums.
-        float const* lineRadii = radii + size_t(line) * radiiStride;
-        for (int i = 0; i < made; ++i) {
-            shapes[i] = shapeForRadius(method, lineRadii[from + i]);
-            toSample[i] = 1.0 / (shapes[i].norm * scale);
-        }
+        shapes.make(method, radii + size_t(line) * radiiStride + from, made, scale);
         float* lineOut = out + size_t(line) * made * channels;
         for (int i = 0; i < made; ++i)
-            sums.blurAt(from + i, shapes[i], toSample[i], lineOut + size_t(i) * channels);
+            sums.blurAt(from + i, shapes, size_t(i), lineOut + size_t(i) * channels);
     }
 }
 
