@@ -29,20 +29,29 @@ inline float fromBits(uint32_t bits)
 // log2 of a positive normal x: its exponent plus log2 of its mantissa m,
 // taken in [sqrt 1/2, sqrt 2) so that x near 1 keeps its small logarithm
 // (no cancellation against the exponent), from 2 atanh(t) / ln 2 with
-// t = (m - 1) / (m + 1), |t| < 0.172.
+// t = (m - 1) / (m + 1), |t| < 0.172. The exponent is counted from the bits
+// of sqrt 1/2 rather than of 1, so that m falls in that range with no
+// select (a select here has the compiler work out the series twice).
 inline float log2Positive(float x)
 {
-    uint32_t const bits = bitsOf(x);
-    float exponent = float(int32_t(bits >> 23) - 127);
-    float m = fromBits((bits & 0x007fffffu) | 0x3f800000u);
-    bool const upperHalf = m > 1.41421356f;
-    m = upperHalf ? m * 0.5f : m;
-    exponent = upperHalf ? exponent + 1.0f : exponent;
+    int32_t const fromSqrtHalf = int32_t(bitsOf(x)) - int32_t(0x3f3504f3);
+    int32_t const exponentBits = fromSqrtHalf & int32_t(0xff800000u);
+    float const exponent = float(exponentBits >> 23);
+    float const m = fromBits(bitsOf(x) - uint32_t(exponentBits));
     float const t = (m - 1.0f) / (m + 1.0f);
     float const t2 = t * t;
     float const series =
         t * (2.8853900818f + t2 * (0.9617966939f + t2 * (0.5770780164f + t2 * (0.4121985832f + t2 * 0.3205988981f))));
     return exponent + series;
+}
+
+// whenTrue if condition holds, else whenFalse, by masks: given a select
+// whose sides cost a lot, the compiler may branch around them instead, and
+// the loop no longer vectorises with AVX.
+inline float pick(bool condition, float whenTrue, float whenFalse)
+{
+    uint32_t const mask = condition ? 0xffffffffu : 0u;
+    return fromBits((bitsOf(whenTrue) & mask) | (bitsOf(whenFalse) & ~mask));
 }
 
 // 2^y: 2^n for the nearest whole n, built from its bits, times 2^f for f in
@@ -63,7 +72,7 @@ inline float exp2Bounded(float y)
     float const series =
         1.0f + f * (1.0f + f * (0.5f + f * (0.1666666667f + f * (0.0416666667f + f * (0.0083333333f + f * 0.0013888889f)))));
     float const scaled = series * fromBits(uint32_t(n + 127) << 23);
-    return wanted > -126.0f ? scaled : 0.0f;
+    return pick(wanted > -126.0f, scaled, 0.0f);
 }
 
 // x^y for x >= 0 (0^y is 0 for y > 0, 1 for y = 0).
@@ -71,7 +80,7 @@ inline float power(float x, float y)
 {
     float const result = exp2Bounded(y * log2Positive(x > 1.0e-30f ? x : 1.0e-30f));
     float const ofZero = y > 0.0f ? 0.0f : 1.0f; // 0^y (0^-y is never asked for)
-    return x > 0.0f ? result : ofZero;
+    return pick(x > 0.0f, result, ofZero);
 }
 
 } // namespace fastPow

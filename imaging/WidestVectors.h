@@ -1,12 +1,13 @@
 #pragma once
 
-// For plain loops of arithmetic on doubles that carry most of a render (the
-// blur's running sums): built twice, for AVX2 and for any x86-64, and chosen
-// when the program starts. AVX2 does four doubles at a time where SSE2 does
-// two.
+// For plain loops of arithmetic that carry most of a render (the blur's
+// running sums, the power curves): built twice, for AVX2 and for any
+// x86-64, and chosen when the program starts. AVX2 does four doubles or
+// eight floats at a time where SSE2 does two or four.
 // FMA is not asked for, so both builds round every operation alike and give
-// the same samples. (Loops with selects, like the power curves, gain
-// nothing: this compiler keeps their branches in the AVX2 build.)
+// the same samples. (A select whose sides cost a lot must be written with
+// masks, as fastPow does: this compiler turns it into a branch in the AVX2
+// build, and the loop then does not vectorise.)
 // Not under the sanitizers: the loader runs the chooser before their runtime
 // is up, and their instrumented chooser crashes.
 #if defined(__x86_64__) && !defined(__clang__) && !defined(__SANITIZE_THREAD__) && !defined(__SANITIZE_ADDRESS__)
@@ -14,3 +15,15 @@
 #else
 #define WIDEST_VECTORS
 #endif
+
+#include <cstddef>
+
+// body(i) for i in 0..n, in a loop built for the widest vectors: for a body
+// that is a plain vectorisable step (out[i] = rule(in[i]), say). An int
+// index keeps arithmetic on it (a column, x0 + i) a plain stride.
+template <typename Index, typename Body>
+WIDEST_VECTORS void widestLoop(Index n, Body const& body)
+{
+    for (Index i = 0; i < n; ++i)
+        body(i);
+}

@@ -45,10 +45,10 @@ GrainPlacement placementFor(FlexImage<T> const& image, ImageModChunkInfo const* 
 template <typename T>
 void raiseSamples(T* samples, int count, float const* exponents)
 {
-    for (int i = 0; i < count; ++i) {
+    widestLoop(count, [samples, exponents](int i) {
         float const v = std::clamp(float(samples[i]) / 255.0f, 0.0f, 1.0f);
         samples[i] = FlexImage<T>::storeSample(255.0f * samplePow<T>(v, exponents[i]));
-    }
+    });
 }
 
 // Luminance grain along a row: shadows get more, and every sample (a

@@ -26,11 +26,11 @@ namespace {
 template <typename T>
 void darkenAlongRow(float dy, float centreX, float reach, float e, float a, int first, int count, float* out)
 {
-    for (int i = 0; i < count; ++i) {
+    widestLoop(count, [=](int i) {
         float const dx = float(first + i) - centreX;
         float const d = std::sqrt(dx * dx + dy * dy) / reach;
         out[i] = radialRamp(d, e, [](float b, float k) { return samplePow<T>(b, k); }) * a * 255.0f;
-    }
+    });
 }
 
 } // namespace

@@ -73,8 +73,7 @@ void darkenRow(T* row, int width, int channels, float e, float kept, Levels& lev
     for (int i = 0; i < samples; ++i)
         darkened[i] = float(row[i]);
     if (!levels.mapIfWholeLevels(darkened, size_t(samples)))
-        for (int i = 0; i < samples; ++i)
-            darkened[i] = darken<T>(darkened[i], e);
+        widestLoop(samples, [darkened, e](int i) { darkened[i] = darken<T>(darkened[i], e); });
     rowLuminances(darkened, width, channels, greys);
     setSamplesFromPixelValues(row, darkened, width, channels, greys, sampleGreys,
                               [kept](float v, float grey) { return v * kept + grey * (1.0f - kept); });

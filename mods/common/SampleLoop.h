@@ -8,6 +8,7 @@
 #include "imaging/FastPow.h"
 #include "imaging/FlexImage.h"
 #include "imaging/Luminance.h"
+#include "imaging/WidestVectors.h"
 #include "mods/UsedRegion.h"
 
 // The per-sample and per-pixel loops below work on the part of the image
@@ -66,14 +67,12 @@ void applyToGreyOrColourBlocks(float* samples, size_t n, Rule& rule)
         float* p = samples + start;
         size_t const pixels = std::min(blockPixels, (n - start) / 3);
         if (!allGrey(p, pixels)) {
-            for (size_t i = 0; i < 3 * pixels; ++i)
-                p[i] = rule(p[i]);
+            widestLoop(3 * pixels, [p, &rule](size_t i) { p[i] = rule(p[i]); });
             continue;
         }
         for (size_t i = 0; i < pixels; ++i)
             greys[i] = p[3 * i];
-        for (size_t i = 0; i < pixels; ++i)
-            greys[i] = rule(greys[i]);
+        widestLoop(pixels, [&greys, &rule](size_t i) { greys[i] = rule(greys[i]); });
         for (size_t i = 0; i < pixels; ++i)
             p[3 * i] = p[3 * i + 1] = p[3 * i + 2] = greys[i];
     }
@@ -162,8 +161,7 @@ void forEachSample(FlexImage<T>* image, Rule rule)
                 applyToGreyOrColourBlocks(samples, n, rule);
                 return;
             }
-            for (size_t i = 0; i < n; ++i)
-                samples[i] = rule(samples[i]);
+            widestLoop(n, [samples, &rule](size_t i) { samples[i] = rule(samples[i]); });
         });
     }
 }
@@ -338,8 +336,9 @@ void moveLuminanceByRows(FlexImage<T>* image, int movedChannels, RowTarget rowTa
     forEachUsedRow(image, [&](int y, int x0, T* p, int width) {
         rowLuminances(p, width, channels, luminance.data());
         auto const target = rowTarget(y);
-        for (int i = 0; i < width; ++i)
-            moved[i] = target(x0 + i, luminance[i]);
+        float* const to = moved.data();
+        float const* const from = luminance.data();
+        widestLoop(width, [target, to, from, x0](int i) { to[i] = target(x0 + i, from[i]); });
         moveRowLuminance(p, width, channels, movedChannels, luminance.data(), moved.data(), sampleScratch.data());
     });
 }

@@ -23,6 +23,31 @@ TEST(FastPow, AgreesWithTheLibraryWithinFloatRounding)
     EXPECT_LT(worstExcess, 1.0);
 }
 
+// The logarithm parts x into a power of two and a mantissa near 1; the
+// part changes where the mantissa passes sqrt 2. Powers of two have exact
+// logarithms, and samples either side of each switch, over many octaves,
+// stay as close to the library as anywhere else.
+TEST(FastPow, ExactAtPowersOfTwoAndCloseAcrossTheMantissaSwitch)
+{
+    EXPECT_EQ(fastPow::power(0.25f, 1.5f), 0.125f);
+    EXPECT_EQ(fastPow::power(4.0f, 0.5f), 2.0f);
+    EXPECT_EQ(fastPow::power(0.5f, 3.0f), 0.125f);
+    EXPECT_EQ(fastPow::power(1.0f, 2.6f), 1.0f);
+    for (int octave = -40; octave <= 40; ++octave)
+        for (float mantissa : {1.41421354f, 0.70710677f})
+            for (int step = -2; step <= 2; ++step) {
+                float x = std::ldexp(mantissa, octave);
+                for (int s = 0; s < std::abs(step); ++s)
+                    x = std::nextafter(x, step < 0 ? 0.0f : 1e30f);
+                for (float y : {1.0f, 2.5f, 0.4f}) {
+                    double const exact = std::pow(double(x), double(y));
+                    double const allowed = 1e-6 + std::ldexp(std::fabs(y * std::log2(double(x))), -22);
+                    EXPECT_LT(std::fabs(double(fastPow::power(x, y)) - exact) / exact, allowed)
+                        << "x = " << x << ", y = " << y;
+                }
+            }
+}
+
 TEST(FastPow, EdgesFollowTheLibrary)
 {
     float const inf = std::numeric_limits<float>::infinity();
