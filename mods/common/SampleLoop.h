@@ -218,8 +218,10 @@ void rowOfColourValues(T const* pixels, int count, int channels, float* out, Col
             green[i] = float(p[3 * i + 1]);
             blue[i] = float(p[3 * i + 2]);
         }
-        for (int i = 0; i < n; ++i)
-            out[start + i] = float(colourRule(double(red[i]), double(green[i]), double(blue[i])));
+        float* const to = out + start;
+        widestLoop(n, [&red, &green, &blue, to, colourRule](int i) {
+            to[i] = float(colourRule(double(red[i]), double(green[i]), double(blue[i])));
+        });
     }
 }
 
@@ -268,9 +270,9 @@ void setSamplesFromPixelValues(T* row, Source const* source, int count, int chan
                                float* sampleScratch, Rule rule)
 {
     spreadOverSamples(pixelValues, count, channels, sampleScratch);
-    int const samples = count * channels;
-    for (int i = 0; i < samples; ++i)
+    widestLoop(count * channels, [row, source, sampleScratch, rule](int i) {
         row[i] = FlexImage<T>::storeSample(clamp255(rule(float(source[i]), sampleScratch[i])));
+    });
 }
 
 // Moves one row's pixels from luminance L[i] to targets[i], keeping hue and
