@@ -48,12 +48,36 @@ int ImageModDynamics::getExtraPixelRadiusRequired(int width, int height, float s
     return blurMod.getExtraPixelRadiusRequired(width, height, scale);
 }
 
+namespace {
+
+// floor without a library call (the plain x86-64 target has no rounding
+// instruction), so that a loop of it vectorises. From 2^23 on, floats are
+// whole already.
+inline float wholeBelow(float v)
+{
+    bool const small = std::fabs(v) < 8388608.0f;
+    float const inRange = small ? v : 0.0f;
+    float const truncated = float(int(inRange));
+    float const below = truncated > inRange ? truncated - 1.0f : truncated;
+    return fastPow::pick(small, below, v);
+}
+
+// The overlay, inline so that the loops over samples take it in.
+inline float overlaySample(float c, float surroundings, float a)
+{
+    // The two halves share their division: the side is picked first.
+    float const m = (surroundings - 127.5f) * a;
+    bool const upper = c >= 127.5f;
+    float const product = fastPow::pick(upper, 2.0f * (255.0f - c) * (m + 127.5f), 2.0f * c * (127.5f - m));
+    float const stepped = wholeBelow(product / 255.0f);
+    return fastPow::pick(upper, 255.0f - stepped, stepped);
+}
+
+} // namespace
+
 float ImageModDynamics::overlay(float c, float surroundings, float a)
 {
-    float const m = (surroundings - 127.5f) * a;
-    if (c >= 127.5f)
-        return 255.0f - std::floor(2.0f * (255.0f - c) * (m + 127.5f) / 255.0f);
-    return std::floor(2.0f * c * (127.5f - m) / 255.0f);
+    return overlaySample(c, surroundings, a);
 }
 
 namespace {
@@ -113,12 +137,22 @@ void ImageModDynamics::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
         });
         return;
     }
-    size_t const pixelCount = size_t(image->width) * image->height;
-    for (size_t i = 0; i < pixelCount; ++i) {
-        T* p = image->pixels + i * channels;
-        for (int c = 0; c < colours; ++c)
-            p[c] = FlexImage<T>::storeSample(overlay(float(p[c]), surroundings.pixels[i], a));
-    }
+    // Overlay: each sample pushed from mid-grey by its surroundings, a row
+    // at a time where the results are read.
+    std::vector<float> sampleScratch(size_t(image->width) * size_t(channels));
+    forEachUsedRow(image, [&](int y, int x0, T* row, int width) {
+        float const* around = surroundings.pixelAt(x0, y);
+        if (colours == channels) {
+            setSamplesFromPixelValues(row, row, width, channels, around, sampleScratch.data(),
+                                      [a](float c, float s) { return overlaySample(c, s, a); });
+            return;
+        }
+        for (int x = 0; x < width; ++x)
+            for (int c = 0; c < colours; ++c) {
+                T* p = row + size_t(x) * channels + c;
+                *p = FlexImage<T>::storeSample(overlaySample(float(*p), around[x], a));
+            }
+    });
 }
 
 INSTANTIATE_TEMPLATE_MOD(ImageModDynamics);

@@ -34,7 +34,7 @@ void ImageModSaturation::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
         forEachUsedRow(image, [&](int, int, T* row, int width) {
             rowLuminances(row, width, channels, greys.data());
             setSamplesFromPixelValues(row, row, width, channels, greys.data(), sampleGreys.data(),
-                                      [a, greyWeight](float v, float grey) { return v * a + grey * greyWeight; });
+                                      [a, greyWeight](float v, float grey) { return clamp255(v * a + grey * greyWeight); });
         });
         return;
     }
@@ -50,7 +50,7 @@ void ImageModSaturation::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
         });
         if (channels == 3) {
             setSamplesFromPixelValues(row, row, width, 3, greys.data(), sampleGreys.data(),
-                                      [a](float v, float grey) { return (v - grey) * a + grey; });
+                                      [a](float v, float grey) { return clamp255((v - grey) * a + grey); });
             return;
         }
         for (int x = 0; x < width; ++x) {

@@ -56,7 +56,7 @@ void ImageModVignette::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
     forEachUsedRow(image, [&](int y, int x0, T* p, int count) {
         darkenAlongRow<T>(float(y) - frame.centreY, frame.centreX, reach, e, a, x0, count, darkening.data());
         setSamplesFromPixelValues(p, p, count, channels, darkening.data(), sampleDarkening.data(),
-                                  [](float v, float darker) { return v - darker; });
+                                  [](float v, float darker) { return clamp255(v - darker); });
     });
 }
 

@@ -76,7 +76,7 @@ void darkenRow(T* row, int width, int channels, float e, float kept, Levels& lev
         widestLoop(samples, [darkened, e](int i) { darkened[i] = darken<T>(darkened[i], e); });
     rowLuminances(darkened, width, channels, greys);
     setSamplesFromPixelValues(row, darkened, width, channels, greys, sampleGreys,
-                              [kept](float v, float grey) { return v * kept + grey * (1.0f - kept); });
+                              [kept](float v, float grey) { return clamp255(v * kept + grey * (1.0f - kept)); });
 }
 
 } // namespace exposureRules

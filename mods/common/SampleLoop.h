@@ -261,7 +261,7 @@ inline void spreadOverSamples(float const* values, int count, int channels, floa
 }
 
 // Sets each sample of a row of count pixels to rule(source sample, its
-// pixel's value), clamped to the sample range: the per-pixel values are
+// pixel's value), stored as the row stores samples: the per-pixel values are
 // spread over their samples into sampleScratch (count x channels values)
 // first, so that the rule runs in one plain loop, which vectorises. source
 // may be the row itself.
@@ -271,7 +271,7 @@ void setSamplesFromPixelValues(T* row, Source const* source, int count, int chan
 {
     spreadOverSamples(pixelValues, count, channels, sampleScratch);
     widestLoop(count * channels, [row, source, sampleScratch, rule](int i) {
-        row[i] = FlexImage<T>::storeSample(clamp255(rule(float(source[i]), sampleScratch[i])));
+        row[i] = FlexImage<T>::storeSample(rule(float(source[i]), sampleScratch[i]));
     });
 }
 

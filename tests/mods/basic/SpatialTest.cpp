@@ -244,6 +244,13 @@ TEST(SpatialFilters, DynamicsOverlayPullsTowardTheSurroundings)
     EXPECT_FLOAT_EQ(ImageModDynamics::overlay(200.0f, 227.5f, 0.5f), 179.0f);
     // m = -50: floor(2 x 60 x 177.5 / 255) = 83.
     EXPECT_FLOAT_EQ(ImageModDynamics::overlay(60.0f, 27.5f, 0.5f), 83.0f);
+    // Whole steps down also below 0 and past 2^23: m = 0 leaves 2 c 127.5 /
+    // 255 = c, stepped down; above 127.5, 255 - floor(255 - c).
+    EXPECT_EQ(ImageModDynamics::overlay(-0.5f, 127.5f, 0.5f), -1.0f);
+    EXPECT_EQ(ImageModDynamics::overlay(-3.0f, 127.5f, 0.5f), -3.0f);
+    EXPECT_EQ(ImageModDynamics::overlay(300.25f, 127.5f, 0.5f), 301.0f);
+    EXPECT_EQ(ImageModDynamics::overlay(-1.0e30f, 127.5f, 0.5f), -1.0e30f);
+    EXPECT_TRUE(std::isnan(ImageModDynamics::overlay(std::nanf(""), 127.5f, 0.5f)));
 
     // Its blur follows Radius, also in copies.
     ImageModDynamics dynamics(40.0f, 30.0f);
