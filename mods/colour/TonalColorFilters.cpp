@@ -1,5 +1,8 @@
 #include "mods/colour/TonalColorFilters.h"
 
+#include <algorithm>
+#include <vector>
+
 #include "mods/common/SampleLoop.h"
 #include "mods/common/ColourRules.h"
 
@@ -24,10 +27,37 @@ void ImageModSplitTone::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
     OVRGBColor const lightColour = colorVar(2);
     float const dark[3] = {darkColour.red, darkColour.green, darkColour.blue};
     float const light[3] = {lightColour.red, lightColour.green, lightColour.blue};
-    forEachPixel(image, [&](T* p, int channels) {
-        float const l = float(pixelLuminance(p, channels)) * 0.003921569f;
-        for (int c = 0; c < 3 && c < channels; ++c)
-            p[c] = FlexImage<T>::storeSample((dark[c] * (1.0f - l) + light[c] * l) * a + float(p[c]) * (1.0f - a));
+    // Each sample blended toward its channel of the tint that the pixel's
+    // lightness l (0..1) picks between dark and light.
+    auto const toned = [a](float v, float darkC, float lightC, float l) {
+        return FlexImage<T>::storeSample((darkC * (1.0f - l) + lightC * l) * a + v * (1.0f - a));
+    };
+    int const channels = image->channels;
+    if (channels != 3) {
+        forEachPixel(image, [&](T* p, int n) {
+            float const l = float(pixelLuminance(p, n)) * 0.003921569f;
+            for (int c = 0; c < 3 && c < n; ++c)
+                p[c] = toned(float(p[c]), dark[c], light[c], l);
+        });
+        return;
+    }
+    // Three channels, the common case: a row's lightnesses first, then
+    // every sample in one plain loop, the tints laid out along the row.
+    size_t const width = size_t(std::max(image->width, 0));
+    std::vector<float> lightness(width), sampleLightness(3 * width), darkAlong(3 * width), lightAlong(3 * width);
+    for (size_t i = 0; i < 3 * width; ++i) {
+        darkAlong[i] = dark[i % 3];
+        lightAlong[i] = light[i % 3];
+    }
+    forEachUsedRow(image, [&](int, int, T* row, int count) {
+        rowLuminances(row, count, 3, lightness.data());
+        for (int x = 0; x < count; ++x)
+            lightness[size_t(x)] *= 0.003921569f;
+        spreadOverSamples(lightness.data(), count, 3, sampleLightness.data());
+        float const* l = sampleLightness.data();
+        float const* darkC = darkAlong.data();
+        float const* lightC = lightAlong.data();
+        widestLoop(3 * count, [=](int i) { row[i] = toned(float(row[i]), darkC[i], lightC[i], l[i]); });
     });
 }
 

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "mods/colour/ColorBalanceFilters.h"
 #include "mods/colour/ColorOverlayFilters.h"
 #include "mods/colour/ImageModColorTemperature.h"
@@ -93,6 +95,23 @@ TEST(ColourFilters, SplitToneMixesItsColoursByLuminance)
     expectPixel(applyToPixel(split, {51, 51, 51}), 51.0f, 51.0f, 204.0f, 1e-2f);
     split.setFloatVar(0, 0.5f);
     expectPixel(applyToPixel(split, {51, 51, 51}), 51.0f, 51.0f, 127.5f, 1e-2f);
+
+    // Along a row each pixel takes its own lightness, each channel its own
+    // tint: dark (0, 0, 255), light (255, 255, 0), at full strength the
+    // tint is (255 l, 255 l, 255 (1 - l)) for l = L / 255.
+    split.setFloatVar(0, 1.0f);
+    FlexImage<float> row(3, 1, 3);
+    float const samples[9] = {0.0f, 0.0f, 0.0f, 255.0f, 255.0f, 255.0f, 255.0f, 0.0f, 0.0f};
+    std::copy(samples, samples + 9, row.pixels);
+    split.applyMod(&row, nullptr);
+    float const redL = 0.299f * 255.0f;
+    float const expected[9] = {0.0f, 0.0f, 255.0f, 255.0f, 255.0f, 0.0f, redL, redL, 255.0f - redL};
+    for (int i = 0; i < 9; ++i)
+        EXPECT_NEAR(row.pixels[i], expected[i], 1e-2f) << "sample " << i;
+    // A fourth channel is left as it is.
+    Pixel const withAlpha = applyToFloatPixel(split, {51, 51, 51, 77});
+    expectPixel(withAlpha, 51.0f, 51.0f, 204.0f, 1e-2f);
+    EXPECT_NEAR(withAlpha[3], 77.0f, 1e-3f);
 }
 
 TEST(ColourFilters, HueCurvesLeaveFlatCurvesAndGreysAlone)
