@@ -16,8 +16,6 @@
 #define WIDEST_VECTORS
 #endif
 
-#include <cstddef>
-
 // body(i) for i in 0..n, in a loop built for the widest vectors: for a body
 // that is a plain vectorisable step (out[i] = rule(in[i]), say). An int
 // index keeps arithmetic on it (a column, x0 + i) a plain stride.
