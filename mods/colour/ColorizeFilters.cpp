@@ -1,5 +1,8 @@
 #include "mods/colour/ColorizeFilters.h"
 
+#include <algorithm>
+#include <vector>
+
 #include "mods/common/SampleLoop.h"
 #include "mods/common/ColourRules.h"
 
@@ -16,16 +19,26 @@ void colourByLuminance(FlexImage<T>* image, ToneCurve const& weight, OVRGBColor 
     OVRGBColor const complement(255.0f - colour.red, 255.0f - colour.green, 255.0f - colour.blue);
     HSV const dye = colourRules::dyeHSV(colour);
     HSV const complementDye = colourRules::dyeHSV(complement);
+    int const channels = image->channels;
+    // A row's luminances first (in a loop that vectorises), then their
+    // strengths along the curve, then the pixels.
+    std::vector<float> strengths(size_t(std::max(image->width, 0)));
     colourRules::withMethod(method, [&](auto m) {
-        forEachPixel(image, [&](T* p, int channels) {
-            float const w = colourShift(weight, float(pixelLuminance(p, channels))) * amount;
-            float rgb[3] = {float(p[0]), float(p[1]), float(p[2])};
-            if (w >= 0.0f)
-                colourRules::applyMethod<decltype(m)::value>(rgb, colour, dye, w);
-            else
-                colourRules::applyMethod<decltype(m)::value>(rgb, complement, complementDye, -w);
-            for (int c = 0; c < 3; ++c)
-                p[c] = FlexImage<T>::storeSample(rgb[c]);
+        forEachUsedRow(image, [&](int, int, T* row, int count) {
+            rowLuminances(row, count, channels, strengths.data());
+            for (int x = 0; x < count; ++x)
+                strengths[size_t(x)] = colourShift(weight, strengths[size_t(x)]) * amount;
+            for (int x = 0; x < count; ++x) {
+                T* p = row + size_t(x) * channels;
+                float const w = strengths[size_t(x)];
+                float rgb[3] = {float(p[0]), float(p[1]), float(p[2])};
+                if (w >= 0.0f)
+                    colourRules::applyMethod<decltype(m)::value>(rgb, colour, dye, w);
+                else
+                    colourRules::applyMethod<decltype(m)::value>(rgb, complement, complementDye, -w);
+                for (int c = 0; c < 3; ++c)
+                    p[c] = FlexImage<T>::storeSample(rgb[c]);
+            }
         });
     });
 }

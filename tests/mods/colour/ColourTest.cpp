@@ -141,6 +141,23 @@ TEST(ColourFilters, ColouringAppliesItsMethodAtTheCurvesStrength)
     expectPixel(applyToPixel(complement, grey), 77.5f, 77.5f, 77.5f, 1e-2f);
 }
 
+// Along a row each pixel takes the strength of its own luminance: an
+// identity curve gives 2 (L / 255 - 0.5), here -0.6 for a grey of 51 (tint
+// 0.6 toward the complement 55: 53.4) and 0.6 for 204 (toward 200: 201.6).
+TEST(ColourFilters, ColouringGivesEachPixelOfARowItsOwnStrength)
+{
+    ImageModColorizeCurve rising("0 0 1 1", OVRGBColor(200.0f, 200.0f, 200.0f), 1.0f, 1);
+    FlexImage<float> row(3, 1, 3);
+    float const greys[3] = {51.0f, 204.0f, 51.0f};
+    for (int x = 0; x < 3; ++x)
+        std::fill(row.pixelAt(x, 0), row.pixelAt(x, 0) + 3, greys[x]);
+    rising.applyMod(&row, nullptr);
+    float const expected[3] = {53.4f, 201.6f, 53.4f};
+    for (int x = 0; x < 3; ++x)
+        for (int c = 0; c < 3; ++c)
+            EXPECT_NEAR(row.pixelAt(x, 0)[c], expected[x], 0.1f) << "pixel " << x;
+}
+
 TEST(ColourFilters, ColourByToneAndTemperature)
 {
     // Red in the shadows only: black takes its whole deviation from grey
