@@ -1,5 +1,9 @@
 #include "mods/colour/ColorOverlayFilters.h"
 
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
 #include "mods/common/SampleLoop.h"
 #include "mods/common/ColourRules.h"
 
@@ -13,6 +17,46 @@ ImageModColorOverlay::ImageModColorOverlay(char const* name, int method, float a
     description = text;
 }
 
+namespace {
+
+// Dye over three-channel pixels a row at a time: each pixel's value and
+// saturation first, then every sample in one loop, with the channels' parts
+// of the hue laid out along the row (the same arithmetic as dyePixel).
+template <typename T>
+void dyeRows(FlexImage<T>* image, HSV const& dye, float a, int version)
+{
+    PixelRect const used = UsedRegion::of(image->width, image->height);
+    size_t const width = size_t(std::max(used.width(), 0));
+    colourRules::DyeChannels const hue(dye.h);
+    std::vector<float> values(width), saturations(width);
+    float const valueScale = dye.v / 255.0f;
+    forEachUsedRow(image, [&](int, int, T* p, int count) {
+        float* const v = values.data();
+        float* const s = saturations.data();
+        if (version == 2) {
+            for (int i = 0; i < count; ++i) {
+                T const* px = p + 3 * i;
+                v[i] = std::fmax(float(px[0]), std::fmax(float(px[1]), float(px[2]))) / 255.0f * dye.v;
+                s[i] = dye.s;
+            }
+        } else {
+            rowLuminances(p, count, 3, v);
+            widestLoop(count, [v, s, valueScale, dye](int i) {
+                v[i] = valueScale * v[i];
+                s[i] = dye.s * (1.0f - v[i]);
+            });
+        }
+        widestLoop(count, [p, v, s, hue, a](int i) {
+            for (int c = 0; c < 3; ++c) {
+                float const dyed = (hue.isValue[c] ? v[i] : (1.0f + hue.k[c] * s[i]) * v[i]) * 255.0f;
+                p[3 * i + c] = FlexImage<T>::storeSample(dyed * a + float(p[3 * i + c]) * (1.0f - a));
+            }
+        });
+    });
+}
+
+} // namespace
+
 template <typename T>
 void ImageModColorOverlay::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
 {
@@ -22,6 +66,10 @@ void ImageModColorOverlay::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
     OVRGBColor const colour = colorVar(1);
     HSV const dye = colourRules::dyeHSV(colour);
     int const dyeVersion = version;
+    if (method == colourRules::Dye && image->channels == 3) {
+        dyeRows(image, dye, a, dyeVersion);
+        return;
+    }
     colourRules::withMethod(method, [&](auto m) {
         constexpr int rule = decltype(m)::value;
         forEachPixel(image, [&](T* p, int channels) {

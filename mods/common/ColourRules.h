@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cmath>
 #include <type_traits>
 
 #include "imaging/Luminance.h"
@@ -51,6 +52,32 @@ inline void dyePixel(float* rgb, HSV const& dye, float a, int version)
     for (int c = 0; c < 3; ++c)
         rgb[c] = dyed[c] * a + rgb[c] * (1.0f - a);
 }
+
+// The dyed colour's channels as OVRGBColor::fromHSVUnit makes them for the
+// dye's hue: each channel is the value v itself, or (1 + k s) v (k = -1 for
+// its p, -f for q, f - 1 for t), bit for bit. The hue alone decides which,
+// so a row of pixels can be dyed in one plain loop over its samples.
+struct DyeChannels
+{
+    float k[3] = {0.0f, 0.0f, 0.0f};
+    bool isValue[3] = {false, false, false};
+
+    explicit DyeChannels(float hue)
+    {
+        float const x = float(double(hue) * (1.0 / 360.0)) * 6.0f;
+        float const sector = std::floor(x);
+        float const f = x - sector;
+        enum Role { V, P, Q, T };
+        static constexpr Role roles[6][3] = {{V, T, P}, {Q, V, P}, {P, V, T}, {P, Q, V}, {T, P, V}, {V, P, Q}};
+        int const s = int(sector);
+        Role const* role = roles[s >= 0 && s <= 4 ? s : 5];
+        float const kOf[4] = {0.0f, -1.0f, -f, f - 1.0f};
+        for (int c = 0; c < 3; ++c) {
+            k[c] = kOf[role[c]];
+            isValue[c] = role[c] == V;
+        }
+    }
+};
 
 inline float clampChannel(float v)
 {

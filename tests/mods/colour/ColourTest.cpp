@@ -158,6 +158,43 @@ TEST(ColourFilters, ColouringGivesEachPixelOfARowItsOwnStrength)
             EXPECT_NEAR(row.pixelAt(x, 0)[c], expected[x], 0.1f) << "pixel " << x;
 }
 
+// A dye of hue h and saturation s at value v is v (1 - s (1 - shape)) per
+// channel, shape being where the channel sits between the hue's smallest
+// (0) and largest (1) component. The six orders of the components (255,
+// 204, 51) have one hue in each sixth of the circle, none half way through
+// it (where the two rising and falling parts agree); a row of two pixels of
+// different brightness checks that each takes its own value.
+TEST(ColourFilters, DyeTakesEveryHueSectorAndEachPixelsOwnValue)
+{
+    float const components[6][3] = {{255, 204, 51}, {204, 255, 51}, {51, 255, 204},
+                                    {51, 204, 255}, {204, 51, 255}, {255, 51, 204}};
+    Pixel const pixels[2] = {{200, 100, 50}, {20, 40, 60}};
+    for (int version : {1, 2}) {
+        for (auto const& k : components) {
+            ImageModDye dye(1.0f, OVRGBColor(k[0], k[1], k[2]), version);
+            FlexImage<float> row(2, 1, 3);
+            std::copy(pixels[0].begin(), pixels[0].end(), row.pixelAt(0, 0));
+            std::copy(pixels[1].begin(), pixels[1].end(), row.pixelAt(1, 0));
+            dye.applyMod(&row, nullptr);
+            for (int x = 0; x < 2; ++x) {
+                Pixel const& in = pixels[x];
+                // Version 2 keeps the pixel's largest channel and the dye's
+                // saturation (0.8); older versions take the luminance and
+                // wash the saturation out with it.
+                float const luma = 0.299f * in[0] + 0.587f * in[1] + 0.114f * in[2];
+                float const v = (version == 2 ? std::max({in[0], in[1], in[2]}) : luma) / 255.0f;
+                float const s = version == 2 ? 0.8f : 0.8f * (1.0f - v);
+                for (int c = 0; c < 3; ++c) {
+                    float const shape = (k[c] - 51.0f) / 204.0f;
+                    EXPECT_NEAR(row.pixelAt(x, 0)[c], 255.0f * v * (1.0f - s * (1.0f - shape)), 2e-3f)
+                        << "version " << version << ", dye " << k[0] << " " << k[1] << " " << k[2] << ", pixel "
+                        << x << ", channel " << c;
+                }
+            }
+        }
+    }
+}
+
 TEST(ColourFilters, ColourByToneAndTemperature)
 {
     // Red in the shadows only: black takes its whole deviation from grey
