@@ -47,6 +47,48 @@ bool isContiguous(VipsRegion* region, VipsRect const& area)
     return size_t(VIPS_REGION_LSKIP(region)) == size_t(area.width) * VIPS_IMAGE_SIZEOF_PEL(region->im);
 }
 
+// Windows taller than this are read a strip at a time: one request for a
+// tall window makes every stage of the decoding pipeline hold a buffer that
+// tall (a wide blur's window is over a thousand rows).
+constexpr int windowStripRows = 128;
+
+bool prepare(VipsRegion* in, VipsRect const& area, StreamedRender* render)
+{
+    if (vips_region_prepare(in, &area) == 0)
+        return true;
+    std::lock_guard<std::mutex> guard(render->firstMessageLock);
+    if (!render->photoFailed.exchange(true))
+        render->firstPhotoMessage = QString::fromUtf8(vips_error_buffer()).trimmed();
+    return false;
+}
+
+// The photo's rows of context into window: in place when they come in one
+// piece, else copied.
+template <typename T>
+bool readWindow(VipsRegion* in, VipsRect const& context, StreamedRender* render, FlexImage<T>* window)
+{
+    bool const inOneRead = context.height <= windowStripRows;
+    if (inOneRead) {
+        if (!prepare(in, context, render))
+            return false;
+        if (isContiguous(in, context)) {
+            wrapRows(in, context, window);
+            return true;
+        }
+    }
+    window->reshape(context.width, context.height, in->im->Bands);
+    size_t const rowBytes = size_t(context.width) * VIPS_IMAGE_SIZEOF_PEL(in->im);
+    for (int first = 0; first < context.height; first += windowStripRows) {
+        int const rows = std::min(windowStripRows, context.height - first);
+        VipsRect const strip{0, context.top + first, context.width, rows};
+        if (!inOneRead && !prepare(in, strip, render))
+            return false;
+        for (int y = first; y < first + rows; ++y)
+            std::memcpy(window->pixelAt(0, y), VIPS_REGION_ADDR(in, 0, context.top + y), rowBytes);
+    }
+    return true;
+}
+
 template <typename T>
 int renderRows(VipsRegion* out, VipsRegion* in, StreamedRender* render)
 {
@@ -55,25 +97,10 @@ int renderRows(VipsRegion* out, VipsRegion* in, StreamedRender* render)
     int const height = render->photo->Ysize;
     int const halo = render->bands->haloRadius();
     int const top = std::max(0, wanted.top - halo);
-    VipsRect context{0, top, width, std::min(height, wanted.top + wanted.height + halo) - top};
-    if (render->cancelled)
-        return -1;
-    if (vips_region_prepare(in, &context) != 0) {
-        std::lock_guard<std::mutex> guard(render->firstMessageLock);
-        if (!render->photoFailed.exchange(true))
-            render->firstPhotoMessage = QString::fromUtf8(vips_error_buffer()).trimmed();
-        return -1;
-    }
+    VipsRect const context{0, top, width, std::min(height, wanted.top + wanted.height + halo) - top};
     FlexImage<T> window;
-    FlexImage<T> copied;
-    if (isContiguous(in, context)) {
-        wrapRows(in, context, &window);
-    } else {
-        window.reshape(width, context.height, in->im->Bands);
-        for (int y = 0; y < context.height; ++y)
-            std::memcpy(window.pixelAt(0, y), VIPS_REGION_ADDR(in, 0, context.top + y),
-                        size_t(width) * VIPS_IMAGE_SIZEOF_PEL(in->im));
-    }
+    if (render->cancelled || !readWindow(in, context, render, &window))
+        return -1;
     // The band is rendered across the whole width; a narrower request (the
     // savers ask for whole rows) takes its part of it.
     VipsRect const rows{0, wanted.top, width, wanted.height};
