@@ -5,6 +5,9 @@
 #include <map>
 #include <mutex>
 
+#include "imaging/FastPow.h"
+#include "imaging/WidestVectors.h"
+
 namespace {
 
 constexpr int smoothingPasses = 11;
@@ -171,4 +174,35 @@ void ToneCurve::updateSmoothVals()
         }
         table.add(value);
     }
+}
+
+namespace {
+
+// lookupChannel x 255 over count values of a table t. Its ends (the last
+// entry at and past 255, the first at and below 0 and for what is not a
+// number) are picked by masks, and the interpolation is worked out at
+// position 0 for them: with branches, or with || (which branches), the loop
+// would not vectorise; nor would it if the table might overlap the values.
+WIDEST_VECTORS void curveSamples(float const* __restrict t, float* __restrict values, int count)
+{
+    float const first = t[0];
+    float const lastValue = t[ToneCurve::lastEntry];
+    float const last = float(ToneCurve::lastEntry);
+    for (int i = 0; i < count; ++i) {
+        float const c = values[i];
+        float const f = c * 9.996079f;
+        bool const top = (c * (1.0f / 255.0f) >= 1.0f) | (f >= last);
+        bool const bottom = !(f > 0.0f);
+        float const at = fastPow::pick(top | bottom, 0.0f, f);
+        int const j = int(at);
+        float const between = (float(j + 1) - at) * t[j] + (at - float(j)) * t[j + 1];
+        values[i] = fastPow::pick(top, lastValue, fastPow::pick(bottom, first, between)) * 255.0f;
+    }
+}
+
+} // namespace
+
+void ToneCurve::curveChannels(float* values, int count) const
+{
+    curveSamples(table.data, values, count);
 }

@@ -62,7 +62,7 @@ void applyCurveByMethod(FlexImage<T>* image, ImageMod const& mod, int method)
         forEachPixel(image, [&](T* p, int) { curveLightness(p, *curve, a); });
         break;
     default:
-        forEachPixel(image, [&](T* p, int channels) { curveEachChannel(p, channels, *curve, a); });
+        forEachUsedStretch(image, [&](T* p, size_t n) { blendSamplesThroughCurve(p, n, *curve, a); });
         break;
     }
 }

@@ -1,6 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <cstring>
 #include <initializer_list>
+#include <limits>
+#include <vector>
 
 #include "imaging/ToneCurve.h"
 
@@ -67,6 +71,31 @@ TEST(ToneCurve, EndPointsAreExactAndLookupInterpolates)
     EXPECT_NEAR(mid, 0.5f * (curve.values()[100] + curve.values()[101]), 1e-7f);
     // Just below 1 reads the last stretch of the table, not past its end.
     EXPECT_NEAR(curve.lookup(0.9999999f), 0.75f, 1e-5f);
+}
+
+// A run of channel samples through the curve gives lookupChannel's results
+// bit for bit: at the ends (0, 255, just either side), beyond them, for
+// infinities and what is not a number, and between entries.
+TEST(ToneCurve, ChannelRunsGiveTheLookupsResults)
+{
+    ToneCurve curve;
+    curve.setControlPoints(GrowString("0 .1 .3 .6 .7 .2 1 .9"));
+    float const inf = std::numeric_limits<float>::infinity();
+    std::vector<float> samples = {0.0f, -0.0f, 1e-30f, -1e-30f, -5.0f, -inf, inf, std::nanf(""),
+                                  254.99f, 254.99998f, 255.0f, 255.00002f, 300.0f, 1e30f, 127.5f, 0.05f};
+    for (int i = 0; i < 300; ++i)
+        samples.push_back(float(i) * 0.8537f);
+    std::vector<float> run = samples;
+    curve.curveChannels(run.data(), int(run.size()));
+    for (size_t i = 0; i < samples.size(); ++i) {
+        float const expected = curve.lookupChannel(samples[i]) * 255.0f;
+        EXPECT_EQ(std::memcmp(&run[i], &expected, sizeof expected), 0)
+            << "sample " << samples[i] << ": " << run[i] << " against " << expected;
+    }
+    EXPECT_EQ(run[0], curve.values()[0] * 255.0f);
+    EXPECT_EQ(run[7], curve.values()[0] * 255.0f) << "what is not a number reads the first entry";
+    EXPECT_EQ(run[6], curve.values()[ToneCurve::lastEntry] * 255.0f);
+    EXPECT_EQ(run[9], curve.values()[ToneCurve::lastEntry] * 255.0f) << "just below 255 reads the last entry";
 }
 
 TEST(ToneCurve, MonotonicPointsGiveAMonotonicTable)

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <initializer_list>
 
 #include "mods/curves/ImageModExposureCurve.h"
 #include "mods/curves/ToneRegionFilters.h"
@@ -92,6 +93,33 @@ TEST(CurveFilters, ChannelCurvesActOnTheirOwnChannels)
 
     ImageModComponentCurve component(inverted, ImageModComponentCurve::BlueRed);
     expectPixel(applyToPixel(component, {51, 51, 51}), 204.0f, 51.0f, 204.0f, 1e-2f);
+}
+
+// Rows longer than the filters' blocks of samples: red inverted, green
+// kept, blue flat at the middle (RGB Curve: all three inverted), each pixel
+// its own.
+TEST(CurveFilters, ChannelCurvesKeepEveryPixelOfALongRowApart)
+{
+    ImageModRGBCurves curves;
+    setCurve(curves, 0, inverted);
+    setCurve(curves, 1, "0 0 1 1");
+    setCurve(curves, 2, "0 .5 1 .5");
+    ImageModRGBCombinedCurve tone(1.0f, inverted);
+    for (ImageMod* mod : std::initializer_list<ImageMod*>{&curves, &tone}) {
+        FlexImage<float> row(600, 1, 3);
+        for (int x = 0; x < 600; ++x)
+            for (int c = 0; c < 3; ++c)
+                row.pixelAt(x, 0)[c] = float((x * 7 + c * 50) % 256);
+        mod->applyMod(&row, nullptr);
+        bool const perChannel = mod == &curves;
+        for (int x = 0; x < 600; ++x) {
+            float const* p = row.pixelAt(x, 0);
+            float const red = float((x * 7) % 256), green = float((x * 7 + 50) % 256), blue = float((x * 7 + 100) % 256);
+            EXPECT_NEAR(p[0], 255.0f - red, 1e-2f) << "pixel " << x;
+            EXPECT_NEAR(p[1], perChannel ? green : 255.0f - green, 1e-2f) << "pixel " << x;
+            EXPECT_NEAR(p[2], perChannel ? 127.5f : 255.0f - blue, 1e-2f) << "pixel " << x;
+        }
+    }
 }
 
 TEST(CurveFilters, HighlightsAndShadowsConfineTheirChange)
