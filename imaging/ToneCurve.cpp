@@ -178,12 +178,12 @@ void ToneCurve::updateSmoothVals()
 
 namespace {
 
-// lookupChannel x 255 over count values of a table t. Its ends (the last
+// lookupChannel x scale over count values of a table t. Its ends (the last
 // entry at and past 255, the first at and below 0 and for what is not a
 // number) are picked by masks, and the interpolation is worked out at
 // position 0 for them: with branches, or with || (which branches), the loop
 // would not vectorise; nor would it if the table might overlap the values.
-WIDEST_VECTORS void curveSamples(float const* __restrict t, float* __restrict values, int count)
+WIDEST_VECTORS void curveSamples(float const* __restrict t, float* __restrict values, int count, float scale)
 {
     float const first = t[0];
     float const lastValue = t[ToneCurve::lastEntry];
@@ -196,13 +196,13 @@ WIDEST_VECTORS void curveSamples(float const* __restrict t, float* __restrict va
         float const at = fastPow::pick(top | bottom, 0.0f, f);
         int const j = int(at);
         float const between = (float(j + 1) - at) * t[j] + (at - float(j)) * t[j + 1];
-        values[i] = fastPow::pick(top, lastValue, fastPow::pick(bottom, first, between)) * 255.0f;
+        values[i] = fastPow::pick(top, lastValue, fastPow::pick(bottom, first, between)) * scale;
     }
 }
 
 } // namespace
 
-void ToneCurve::curveChannels(float* values, int count) const
+void ToneCurve::lookupChannels(float* values, int count, float scale) const
 {
-    curveSamples(table.data, values, count);
+    curveSamples(table.data, values, count, scale);
 }

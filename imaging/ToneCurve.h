@@ -48,9 +48,9 @@ public:
     {
         return c * (1.0f / 255.0f) >= 1.0f ? table[lastEntry] : lookupAtIndex(c * 9.996079f);
     }
-    // lookupChannel(v) x 255 for count channel samples in place: the same
+    // lookupChannel(v) x scale for count channel samples in place: the same
     // results, in one loop without branches, which vectorises.
-    void curveChannels(float* values, int count) const;
+    void lookupChannels(float* values, int count, float scale) const;
     // Value at a fractional table position, the one interpolation rule.
     float lookupAtIndex(float f) const
     {

@@ -28,11 +28,11 @@ public:
     static float curveAt(float v, float centre, float k, Pow pow)
     {
         v = v > 0.0f ? (v < 255.0f ? v : 255.0f) : 0.0f;
-        float const upper = (255.0f - v) / (255.0f - centre);
-        // centre 0: only v = 0 is not above it, and 0 maps to 0.
-        float const lower = centre > 0.0f ? v / centre : 0.0f;
-        float const curved = pow(v > centre ? upper : lower, k);
-        return v > centre ? 255.0f - (255.0f - centre) * curved : centre * curved;
+        bool const above = v > centre;
+        // centre 0: only v = 0 is not above it, and 0 maps to 0 (0 / 1).
+        float const below = centre > 0.0f ? centre : 1.0f;
+        float const curved = pow((above ? 255.0f - v : v) / (above ? 255.0f - centre : below), k);
+        return above ? 255.0f - (255.0f - centre) * curved : centre * curved;
     }
 
 protected:

@@ -26,8 +26,13 @@ void colourByLuminance(FlexImage<T>* image, ToneCurve const& weight, OVRGBColor 
     colourRules::withMethod(method, [&](auto m) {
         forEachUsedRow(image, [&](int, int, T* row, int count) {
             rowLuminances(row, count, channels, strengths.data());
+            // The shift the curve gives at each luminance: the curve is
+            // centred on 0.5, which shifts nothing; 1 is the full colour and
+            // 0 the full complement (so one curve can warm the shadows and
+            // cool the highlights). The lookups in one vectorised loop.
+            weight.lookupChannels(strengths.data(), count, 1.0f);
             for (int x = 0; x < count; ++x)
-                strengths[size_t(x)] = colourShift(weight, strengths[size_t(x)]) * amount;
+                strengths[size_t(x)] = (strengths[size_t(x)] - 0.5f) * 2.0f * amount;
             for (int x = 0; x < count; ++x) {
                 T* p = row + size_t(x) * channels;
                 float const w = strengths[size_t(x)];

@@ -36,14 +36,6 @@ private:
 // The colour methods offered by both, in their choice order.
 GrowArray<GrowString> colourMethodLabels();
 
-// The shift a colour-shift curve gives at luminance L (0..255): the curve is
-// centred on 0.5, which shifts nothing; 1 is the full colour and 0 the full
-// complement (so one curve can warm the shadows and cool the highlights).
-inline float colourShift(ToneCurve const& curve, float L)
-{
-    return (curve.lookupChannel(L) - 0.5f) * 2.0f;
-}
-
 // Applies method with colour to every pixel, at strength amount times the
 // curve's shift at the pixel's luminance: a negative shift applies the
 // colour's complement (255 minus each component) instead.

@@ -39,9 +39,9 @@ void curveThreeChannels(FlexImage<T>* image, ToneCurve const* const* curves, Ton
             for (int c = 0; c < 3; ++c) {
                 for (int i = 0; i < count; ++i)
                     channel[c][i] = float(q[3 * i + c]);
-                curves[c]->curveChannels(channel[c], count);
+                curves[c]->lookupChannels(channel[c], count, 255.0f);
                 if (all)
-                    all->curveChannels(channel[c], count);
+                    all->lookupChannels(channel[c], count, 255.0f);
             }
             for (int i = 0; i < count; ++i)
                 for (int c = 0; c < 3; ++c)

@@ -28,7 +28,7 @@ void blendSamplesThroughCurve(T* samples, size_t n, ToneCurve const& curve, floa
         T* s = samples + start;
         for (int i = 0; i < count; ++i)
             curved[i] = float(s[i]);
-        curve.curveChannels(curved, count);
+        curve.lookupChannels(curved, count, 255.0f);
         for (int i = 0; i < count; ++i)
             s[i] = FlexImage<T>::storeSample(float(s[i]) * (1.0f - amount) + curved[i] * amount);
     }

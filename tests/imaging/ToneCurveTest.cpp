@@ -86,7 +86,7 @@ TEST(ToneCurve, ChannelRunsGiveTheLookupsResults)
     for (int i = 0; i < 300; ++i)
         samples.push_back(float(i) * 0.8537f);
     std::vector<float> run = samples;
-    curve.curveChannels(run.data(), int(run.size()));
+    curve.lookupChannels(run.data(), int(run.size()), 255.0f);
     for (size_t i = 0; i < samples.size(); ++i) {
         float const expected = curve.lookupChannel(samples[i]) * 255.0f;
         EXPECT_EQ(std::memcmp(&run[i], &expected, sizeof expected), 0)
