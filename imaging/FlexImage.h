@@ -278,17 +278,22 @@ public:
     // it falls, toward white when it rises; results truncated toward zero.
     static void moveLuminance(T* pixel, int32_t channelCount, float L, float target)
     {
-        if (L == 0.0f || L == 255.0f) {
-            for (int32_t c = 0; c < channelCount; ++c)
-                pixel[c] = storeSample(target);
-            return;
-        }
-        for (int32_t c = 0; c < channelCount; ++c) {
-            float const v = float(pixel[c]);
-            float const moved = L >= target ? v - v * (L - target) / L
-                                            : v + (255.0f - v) * (target - L) / (255.0f - L);
-            pixel[c] = storeSample(moved);
-        }
+        for (int32_t c = 0; c < channelCount; ++c)
+            pixel[c] = storeSample(movedSample(float(pixel[c]), L, target));
+    }
+
+    // One sample of a pixel of luminance L moved as moveLuminance moves it:
+    // darker, v - v (L - target) / L; lighter, v + (255 - v) (target - L) /
+    // (255 - L); black and white pixels become the target. The side picks
+    // the dividend and the divisor, and one division serves both, with no
+    // branch, so a loop of it vectorises.
+    static float movedSample(float v, float L, float target)
+    {
+        bool const flat = L == 0.0f || L == 255.0f;
+        bool const darker = L >= target;
+        float const share = (darker ? v * (L - target) : (255.0f - v) * (target - L)) / (darker ? L : 255.0f - L);
+        float const moved = darker ? v - share : v + share;
+        return flat ? target : moved;
     }
 
     // Float images keep the value; 8-bit images truncate toward zero.

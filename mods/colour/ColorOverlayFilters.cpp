@@ -72,15 +72,28 @@ void ImageModColorOverlay::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
     }
     colourRules::withMethod(method, [&](auto m) {
         constexpr int rule = decltype(m)::value;
-        forEachPixel(image, [&](T* p, int channels) {
-            float rgb[3] = {float(p[0]), float(p[1]), float(p[2])};
+        if constexpr (rule == colourRules::Tint) {
+            // A blend toward the colour already vectorises pixel by pixel.
+            forEachPixel(image, [&colour, a](T* p, int) {
+                float rgb[3] = {float(p[0]), float(p[1]), float(p[2])};
+                colourRules::applyMethod<rule>(rgb, colour, HSV(), a);
+                for (int c = 0; c < 3; ++c)
+                    p[c] = FlexImage<T>::storeSample(rgb[c]);
+            });
+            return;
+        }
+        forEachColourTriple(image, [&colour, &dye, a, dyeVersion](float& red, float& green, float& blue) {
+            float rgb[3] = {red, green, blue};
             colourRules::applyMethod<rule>(rgb, colour, dye, a, dyeVersion);
-            for (int c = 0; c < 3; ++c)
-                p[c] = FlexImage<T>::storeSample(rgb[c]);
-            // A colour filter's fourth target is 255: alpha moves toward opaque.
-            if (rule == colourRules::ColorFilter && channels > 3)
-                p[3] = FlexImage<T>::storeSample(colourRules::filterChannel(float(p[3]), 255.0f, a));
+            red = rgb[0];
+            green = rgb[1];
+            blue = rgb[2];
         });
+        // A colour filter's fourth target is 255: alpha moves toward opaque.
+        if (rule == colourRules::ColorFilter && image->channels > 3)
+            forEachPixel(image, [a](T* p, int) {
+                p[3] = FlexImage<T>::storeSample(colourRules::filterChannel(float(p[3]), 255.0f, a));
+            });
     });
 }
 

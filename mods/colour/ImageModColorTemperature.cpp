@@ -8,12 +8,30 @@
 
 namespace {
 
-// Red and blue along power curves in opposite directions, green a little.
-void temperatureCurves(float* rgb, float t)
+// Red and blue along power curves in opposite directions, green a little:
+// each pixel's channels by (1 - 0.3 t, 1 - 0.05 t, 1 + 0.3 t) for its t, a
+// channel's run at a time.
+template <typename T>
+void temperatureCurves(float* red, float* green, float* blue, float const* t, int count)
 {
-    float const exponents[3] = {1.0f - 0.3f * t, 1.0f - 0.05f * t, 1.0f + 0.3f * t};
-    for (int c = 0; c < 3; ++c)
-        rgb[c] = 255.0f * std::pow(rgb[c] / 255.0f, exponents[c]);
+    widestLoop(count, [red, t](int i) { red[i] = 255.0f * samplePow<T>(red[i] / 255.0f, 1.0f - 0.3f * t[i]); });
+    widestLoop(count,
+               [green, t](int i) { green[i] = 255.0f * samplePow<T>(green[i] / 255.0f, 1.0f - 0.05f * t[i]); });
+    widestLoop(count, [blue, t](int i) { blue[i] = 255.0f * samplePow<T>(blue[i] / 255.0f, 1.0f + 0.3f * t[i]); });
+}
+
+// rule(rgb, weight) for every pixel of a block, in one loop, the results
+// clamped to the sample range.
+template <typename Rule>
+void forEachWeightedPixel(float* red, float* green, float* blue, float const* weights, int count, Rule rule)
+{
+    widestLoop(count, [red, green, blue, weights, &rule](int i) {
+        float rgb[3] = {red[i], green[i], blue[i]};
+        rule(rgb, weights[i]);
+        red[i] = clamp255(rgb[0]);
+        green[i] = clamp255(rgb[1]);
+        blue[i] = clamp255(rgb[2]);
+    });
 }
 
 } // namespace
@@ -51,24 +69,52 @@ void ImageModColorTemperature::templateMod(FlexImage<T>* image, ImageModChunkInf
         return;
     int const method = choiceVar(2, ByColorize);
     OVRGBColor const colour = colourOf(t);
-    forEachPixel(image, [&](T* p, int channels) {
-        float const L = float(pixelLuminance(p, channels));
+    // A block's luminances and their weights along the curve first (the
+    // lookups in one vectorised loop), then the pixels.
+    forEachColourBlock(image, [&](float* red, float* green, float* blue, int count) {
+        float luminances[colourBlockPixels];
+        float weights[colourBlockPixels];
+        widestLoop(count, [red, green, blue, &luminances](int i) {
+            luminances[i] = float(luminance(red[i], green[i], blue[i]));
+        });
+        std::copy(luminances, luminances + count, weights);
+        curve->lookupChannels(weights, count, 1.0f);
         // A curve may reach past 1; a weight beyond 0..1 is taken at the
         // nearest end, so the power curves keep positive exponents.
-        float const w = std::clamp(curve->lookupChannel(L) * a, 0.0f, 1.0f);
-        float rgb[3] = {float(p[0]), float(p[1]), float(p[2])};
+        for (int i = 0; i < count; ++i)
+            weights[i] = std::clamp(weights[i] * a, 0.0f, 1.0f);
         if (method == ByColorize) {
-            colourRules::applyMethod<colourRules::Colorize>(rgb, colour, HSV(), w);
+            forEachWeightedPixel(red, green, blue, weights, count, [&colour](float* rgb, float w) {
+                colourRules::applyMethod<colourRules::Colorize>(rgb, colour, HSV(), w);
+            });
         } else if (method == ByColorBalance) {
-            rgb[0] += 40.0f * t * w;
-            rgb[2] -= 40.0f * t * w;
+            forEachWeightedPixel(red, green, blue, weights, count, [t](float* rgb, float w) {
+                rgb[0] += 40.0f * t * w;
+                rgb[2] -= 40.0f * t * w;
+            });
         } else {
-            temperatureCurves(rgb, t * w);
-            if (method == ByRGBCurvesKeepingLuminance)
-                FlexImage<float>::moveLuminance(rgb, 3, float(luminance(rgb[0], rgb[1], rgb[2])), L);
+            // The curves; with the luminance kept, each pixel then moves back
+            // to its own.
+            for (int i = 0; i < count; ++i)
+                weights[i] *= t;
+            temperatureCurves<T>(red, green, blue, weights, count);
+            if (method != ByRGBCurvesKeepingLuminance) {
+                widestLoop(count, [red, green, blue](int i) {
+                    red[i] = clamp255(red[i]);
+                    green[i] = clamp255(green[i]);
+                    blue[i] = clamp255(blue[i]);
+                });
+                return;
+            }
+            float curved[colourBlockPixels];
+            widestLoop(count, [red, green, blue, &curved](int i) {
+                curved[i] = float(luminance(red[i], green[i], blue[i]));
+            });
+            for (float* samples : {red, green, blue})
+                widestLoop(count, [samples, &curved, &luminances](int i) {
+                    samples[i] = clamp255(FlexImage<float>::movedSample(samples[i], curved[i], luminances[i]));
+                });
         }
-        for (int c = 0; c < 3; ++c)
-            p[c] = FlexImage<T>::storeSample(clamp255(rgb[c]));
     });
 }
 

@@ -94,12 +94,13 @@ void ImageModColorCorrector::templateMod(FlexImage<T>* image, ImageModChunkInfo*
     }
     if (neutral)
         return;
-    forEachPixel(image, [&](T* p, int channels) {
+    forEachColourTriple(image, [&offsets, a](float& red, float& green, float& blue) {
         float weights[3];
-        toneWeights(float(pixelLuminance(p, channels)) / 255.0f, weights);
+        toneWeights(float(luminance(red, green, blue)) / 255.0f, weights);
+        float* const rgb[3] = {&red, &green, &blue};
         for (int c = 0; c < 3; ++c) {
             float const shift = weights[0] * offsets[0][c] + weights[1] * offsets[1][c] + weights[2] * offsets[2][c];
-            p[c] = FlexImage<T>::storeSample(clamp255(float(p[c]) + shift * a));
+            *rgb[c] = clamp255(*rgb[c] + shift * a);
         }
     });
 }

@@ -194,6 +194,56 @@ void forEachPixel(FlexImage<T>* image, Rule rule)
     });
 }
 
+// The most pixels forEachColourBlock hands over at once.
+constexpr int colourBlockPixels = 256;
+
+// blockRule(red, green, blue, count) on the first three samples of every
+// pixel (a fourth is left as it is), a block of at most colourBlockPixels
+// pixels at a time: the block's reds, greens and blues parted into runs of
+// their own, which the rule changes in place. Its loops then run over
+// contiguous values and vectorise, per-pixel values (a luminance, a weight)
+// sitting beside them in plain arrays.
+template <typename T, typename BlockRule>
+void forEachColourBlock(FlexImage<T>* image, BlockRule blockRule)
+{
+    int const channels = image->channels;
+    if (channels < 3)
+        return;
+    forEachUsedStretch(image, [&blockRule, channels](T* p, size_t n) {
+        constexpr size_t block = colourBlockPixels;
+        float red[block], green[block], blue[block];
+        size_t const pixels = n / size_t(channels);
+        for (size_t start = 0; start < pixels; start += block) {
+            int const count = int(std::min(block, pixels - start));
+            T* const q = p + start * size_t(channels);
+            for (int i = 0; i < count; ++i) {
+                T const* s = q + size_t(i) * size_t(channels);
+                red[i] = float(s[0]);
+                green[i] = float(s[1]);
+                blue[i] = float(s[2]);
+            }
+            blockRule(red, green, blue, count);
+            for (int i = 0; i < count; ++i) {
+                T* s = q + size_t(i) * size_t(channels);
+                s[0] = FlexImage<T>::storeSample(red[i]);
+                s[1] = FlexImage<T>::storeSample(green[i]);
+                s[2] = FlexImage<T>::storeSample(blue[i]);
+            }
+        }
+    });
+}
+
+// rule(red, green, blue), each by reference, for every pixel in one loop a
+// block (see forEachColourBlock): it vectorises when the rule has no
+// branches around costly work and takes samplePow for its powers.
+template <typename T, typename Rule>
+void forEachColourTriple(FlexImage<T>* image, Rule rule)
+{
+    forEachColourBlock(image, [&rule](float* red, float* green, float* blue, int count) {
+        widestLoop(count, [red, green, blue, &rule](int i) { rule(red[i], green[i], blue[i]); });
+    });
+}
+
 // colourRule(red, green, blue) in double for each of count pixels of three
 // or more channels, as float. Three channels, the common case, are first
 // parted into red, green and blue runs, a block at a time, so that the rule

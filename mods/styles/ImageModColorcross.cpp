@@ -36,11 +36,12 @@ struct Chemistry
                 turn[i][j] = float(rotation[i][j]);
     }
 
+    template <typename T>
     void develop(float const* in, float* out) const
     {
         float const r = clamp255(in[0]) / 255.0f;
         float const curvedRed = 255.0f * (r + redContrast * (r * r * (3.0f - 2.0f * r) - r));
-        float const curvedGreen = 255.0f * std::pow(clamp255(in[1]) / 255.0f, greenGamma);
+        float const curvedGreen = 255.0f * samplePow<T>(clamp255(in[1]) / 255.0f, greenGamma);
         float const curvedBlue = blueFloor + clamp255(in[2]) * (blueCeiling - blueFloor) / 255.0f;
         float const curved[3] = {curvedRed, curvedGreen, curvedBlue};
         for (int i = 0; i < 3; ++i)
@@ -64,12 +65,13 @@ void ImageModColorcross::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
     if (a == 0.0f || image->channels < 3)
         return;
     Chemistry const chemistry(variation());
-    forEachPixel(image, [&](T* p, int) {
-        float const in[3] = {float(p[0]), float(p[1]), float(p[2])};
+    forEachColourTriple(image, [&chemistry, a](float& red, float& green, float& blue) {
+        float const in[3] = {red, green, blue};
         float developed[3];
-        chemistry.develop(in, developed);
-        for (int c = 0; c < 3; ++c)
-            p[c] = FlexImage<T>::storeSample(in[c] + a * (developed[c] - in[c]));
+        chemistry.develop<T>(in, developed);
+        red = in[0] + a * (developed[0] - in[0]);
+        green = in[1] + a * (developed[1] - in[1]);
+        blue = in[2] + a * (developed[2] - in[2]);
     });
 }
 

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 
 #include "mods/colour/ColorBalanceFilters.h"
 #include "mods/colour/ColorOverlayFilters.h"
@@ -192,6 +193,55 @@ TEST(ColourFilters, DyeTakesEveryHueSectorAndEachPixelsOwnValue)
                 }
             }
         }
+    }
+}
+
+// The temperature's curves at full weight (the flat curve, Amount 1) and
+// Temp 0.5 raise red, green and blue to the powers 0.85, 0.975 and 1.15;
+// the second curves method then moves each pixel back to its own
+// luminance. A row longer than a block of the filters' loops.
+TEST(ColourFilters, TemperatureCurvesRaiseEachChannelAndCanKeepLuminance)
+{
+    float const levels[2] = {60.0f, 200.0f};
+    for (int method : {ImageModColorTemperature::ByRGBCurves, ImageModColorTemperature::ByRGBCurvesKeepingLuminance}) {
+        ImageModColorTemperature warm(1.0f, 0.5f, method);
+        FlexImage<float> row(300, 1, 3);
+        for (int x = 0; x < 300; ++x)
+            std::fill(row.pixelAt(x, 0), row.pixelAt(x, 0) + 3, levels[x % 2]);
+        warm.applyMod(&row, nullptr);
+        for (int x = 0; x < 300; ++x) {
+            float const v = levels[x % 2] / 255.0f;
+            float const* p = row.pixelAt(x, 0);
+            if (method == ImageModColorTemperature::ByRGBCurves) {
+                EXPECT_NEAR(p[0], 255.0f * std::pow(v, 0.85f), 1e-2f) << "pixel " << x;
+                EXPECT_NEAR(p[1], 255.0f * std::pow(v, 0.975f), 1e-2f) << "pixel " << x;
+                EXPECT_NEAR(p[2], 255.0f * std::pow(v, 1.15f), 1e-2f) << "pixel " << x;
+            } else {
+                EXPECT_NEAR(0.299f * p[0] + 0.587f * p[1] + 0.114f * p[2], levels[x % 2], 1e-2f) << "pixel " << x;
+                EXPECT_GT(p[0], p[2]) << "pixel " << x;
+            }
+        }
+    }
+}
+
+// Colorize over a row longer than a block of the filters' loops: red's
+// offsets (+85, -42.5, -42.5) at half strength on each pixel's own levels,
+// clamped, and a fourth channel left as it is.
+TEST(ColourFilters, ColouringARowKeepsEveryPixelAndItsFourthChannel)
+{
+    ImageModColorize colorize(0.5f, OVRGBColor(255.0f, 0.0f, 0.0f));
+    FlexImage<float> row(300, 1, 4);
+    for (int x = 0; x < 300; ++x)
+        for (int c = 0; c < 4; ++c)
+            row.pixelAt(x, 0)[c] = float((x * 5 + c * 60) % 256);
+    colorize.applyMod(&row, nullptr);
+    float const offsets[3] = {85.0f, -42.5f, -42.5f};
+    for (int x = 0; x < 300; ++x) {
+        for (int c = 0; c < 3; ++c) {
+            float const in = float((x * 5 + c * 60) % 256);
+            EXPECT_NEAR(row.pixelAt(x, 0)[c], std::clamp(in + offsets[c], 0.0f, 255.0f), 1e-3f) << "pixel " << x;
+        }
+        EXPECT_EQ(row.pixelAt(x, 0)[3], float((x * 5 + 180) % 256));
     }
 }
 
