@@ -172,6 +172,29 @@ TEST(CurveFilters, LegacyExposureCurveDrainsColourWhenDarkening)
                 b * kept + Y * (1 - kept), 2e-2f);
 }
 
+// A rising curve at full strength sets exposure 2 Y / 255: grey 51 darkens
+// by the power 1 / 0.4, 127.5 stays, 204 brightens by the power 1 / (2 -
+// 1.6), i.e. 255 - 255 (51 / 255)^2.5. A row longer than a block of the
+// filters' loops, with a fourth channel that stays as it is.
+TEST(CurveFilters, GammaCurveDarkensKeepsAndBrightensAlongARow)
+{
+    ImageModExposureCurve gamma(1.0f, "0 0 1 1");
+    float const greys[3] = {51.0f, 127.5f, 204.0f};
+    float const fifth = std::pow(0.2f, 2.5f);
+    float const expected[3] = {255.0f * fifth, 127.5f, 255.0f - 255.0f * fifth};
+    FlexImage<float> row(300, 1, 4);
+    for (int x = 0; x < 300; ++x) {
+        std::fill(row.pixelAt(x, 0), row.pixelAt(x, 0) + 3, greys[x % 3]);
+        row.pixelAt(x, 0)[3] = 77.0f;
+    }
+    gamma.applyMod(&row, nullptr);
+    for (int x = 0; x < 300; ++x) {
+        for (int c = 0; c < 3; ++c)
+            EXPECT_NEAR(row.pixelAt(x, 0)[c], expected[x % 3], 2e-3f) << "pixel " << x;
+        EXPECT_EQ(row.pixelAt(x, 0)[3], 77.0f);
+    }
+}
+
 // The per-channel and luminance curve rules take every channel, a fourth
 // included.
 TEST(CurveFilters, CurvesMoveTheFourthChannelToo)
