@@ -4,6 +4,7 @@
 #include <cmath>
 #include <vector>
 
+#include "mods/UsedRegion.h"
 #include "mods/common/Ramps.h"
 #include "mods/common/SampleLoop.h"
 
@@ -141,35 +142,40 @@ void separableBlur(FlexImage<T>* image, float const* kernel, int r)
     int const width = image->width;
     int const height = image->height;
     int const channels = image->channels;
-    if (width <= 0 || height <= 0)
+    PixelRect const used = UsedRegion::of(width, height);
+    if (used.width() <= 0 || used.height() <= 0)
         return;
-    size_t const rowSamples = size_t(width) * channels;
+    // Only the used part is blurred: the rows pass makes its columns in the
+    // rows the columns pass reads (r more above and below).
+    PixelRect const read = grownWithin(used, r, width, height);
+    size_t const usedSamples = size_t(used.width()) * channels;
+    size_t const skipped = size_t(used.left) * channels;
     std::vector<float> padded(size_t(width + 2 * r) * channels);
-    std::vector<float> sums(rowSamples);
+    std::vector<float> sums(usedSamples);
     std::vector<float const*> taps(2 * r + 1);
     // Rows: the taps are shifted views of the padded row.
     for (int k = 0; k <= 2 * r; ++k)
-        taps[k] = padded.data() + size_t(k) * channels;
-    std::vector<float> rows(rowSamples * height);
-    for (int y = 0; y < height; ++y) {
+        taps[k] = padded.data() + skipped + size_t(k) * channels;
+    std::vector<float> rows(usedSamples * size_t(read.height()));
+    for (int y = read.top; y < read.bottom; ++y) {
         padRow(image->pixelAt(0, y), width, channels, r, padded.data());
-        accumulateSymmetric(taps.data(), kernel, r, rowSamples, sums.data());
+        accumulateSymmetric(taps.data(), kernel, r, usedSamples, sums.data());
         // Stored as the image stores samples, so 8-bit blurs truncate between passes.
-        float* out = &rows[size_t(y) * rowSamples];
-        for (size_t i = 0; i < rowSamples; ++i)
+        float* out = &rows[size_t(y - read.top) * usedSamples];
+        for (size_t i = 0; i < usedSamples; ++i)
             out[i] = float(FlexImage<T>::storeSample(clamp255(sums[i])));
     }
     // Columns: the taps are rows above and below (edges repeating), so the
     // pass walks rows instead of striding down each column. It runs in strips
     // of columns narrow enough that all the taps of a strip stay in cache.
     size_t const strip = 1024;
-    for (size_t first = 0; first < rowSamples; first += strip) {
-        size_t const count = std::min(strip, rowSamples - first);
-        for (int y = 0; y < height; ++y) {
+    for (size_t first = 0; first < usedSamples; first += strip) {
+        size_t const count = std::min(strip, usedSamples - first);
+        for (int y = used.top; y < used.bottom; ++y) {
             for (int k = 0; k <= 2 * r; ++k)
-                taps[k] = &rows[size_t(std::clamp(y + k - r, 0, height - 1)) * rowSamples + first];
+                taps[k] = &rows[size_t(std::clamp(y + k - r, 0, height - 1) - read.top) * usedSamples + first];
             accumulateSymmetric(taps.data(), kernel, r, count, sums.data());
-            storeClamped(sums.data(), count, image->pixelAt(0, y) + first);
+            storeClamped(sums.data(), count, image->pixelAt(used.left, y) + first);
         }
     }
 }

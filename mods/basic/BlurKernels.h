@@ -20,7 +20,8 @@ void makeCircleKernel(float x, int r, GrowArray<float>* out);
 
 // The two passes of a separable blur with the same symmetric kernel of 2r + 1
 // weights: rows, then columns, edges repeating. Every pass result is clamped
-// to 0..255. Scratch is allocated per call.
+// to 0..255. Only the part of the image whose results are read is blurred
+// (see UsedRegion). Scratch is allocated per call.
 template <typename T>
 void separableBlur(FlexImage<T>* image, float const* kernel, int r);
 

