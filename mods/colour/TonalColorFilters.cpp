@@ -73,13 +73,6 @@ ImageModColorCorrector::ImageModColorCorrector(float amount)
     setDefaultVarsToCurrent();
 }
 
-void ImageModColorCorrector::toneWeights(float l, float* weights)
-{
-    weights[0] = (1.0f - l) * (1.0f - l);
-    weights[2] = l * l;
-    weights[1] = 1.0f - weights[0] - weights[2];
-}
-
 template <typename T>
 void ImageModColorCorrector::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
 {

@@ -28,6 +28,11 @@ public:
     void templateMod(FlexImage<T>* image, ImageModChunkInfo* info);
 
     // Weights of the shadows, midtones and highlights at luminance l (0..1);
-    // they sum to 1.
-    static void toneWeights(float l, float* weights);
+    // they sum to 1. Inline, so that a loop of pixels around it vectorises.
+    static void toneWeights(float l, float* weights)
+    {
+        weights[0] = (1.0f - l) * (1.0f - l);
+        weights[2] = l * l;
+        weights[1] = 1.0f - weights[0] - weights[2];
+    }
 };
