@@ -170,6 +170,47 @@ void addAdditiveGrain(T* p, int channels, int mode, float const* fields, float a
         p[c] = FlexImage<T>::storeSample(clamp255(float(p[c]) + grain[c] * amplitude * toneWeight));
 }
 
+// Additive grain along a row of three-channel pixels: the tone weights of
+// the row first, then each pixel's three grains (as addAdditiveGrain mixes
+// them), laid out along the row, then every sample in one loop. scratch
+// holds 7 x width values.
+template <typename T>
+void addAdditiveGrainAlongRow(T* row, int width, int mode, GrainFields const& fields, float amplitude,
+                              float* scratch)
+{
+    float* const weights = scratch;
+    float* const sampleWeights = scratch + width;
+    float* const grains = scratch + 4 * size_t(width);
+    rowLuminances(row, width, 3, weights);
+    widestLoop(width, [weights](int col) {
+        float const fromMid = (weights[col] - 127.5f) / 127.5f;
+        weights[col] = 0.35f + 0.65f * (1.0f - fromMid * fromMid);
+    });
+    spreadOverSamples(weights, width, 3, sampleWeights);
+    float const* f0 = fields.field(0);
+    if (mode == 2) {
+        spreadOverSamples(f0, width, 3, grains);
+    } else {
+        float const* f1 = fields.field(1);
+        float const* f2 = fields.field(2);
+        for (int col = 0; col < width; ++col) {
+            float* g = grains + 3 * size_t(col);
+            if (mode == 3) {
+                g[0] = f0[col];
+                g[1] = f1[col];
+                g[2] = f2[col];
+            } else {
+                g[0] = 0.8f * f0[col] + 0.2f * f1[col];
+                g[1] = 0.8f * f0[col] + 0.2f * f2[col];
+                g[2] = 0.8f * f0[col] - 0.1f * (f1[col] + f2[col]);
+            }
+        }
+    }
+    widestLoop(3 * width, [row, grains, sampleWeights, amplitude](int i) {
+        row[i] = FlexImage<T>::storeSample(clamp255(float(row[i]) + grains[i] * amplitude * sampleWeights[i]));
+    });
+}
+
 } // namespace
 
 ImageModNoise::ImageModNoise(float amount, float scale, float offset, int)
@@ -215,12 +256,16 @@ void ImageModNoise::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
     int const channels = image->channels;
     int const fieldCount = additive && mode != 2 ? 3 : 1;
     GrainFields fields(at, width, fieldCount, additive);
-    std::vector<float> exponents(additive ? 0 : size_t(width) * size_t(channels + 1));
+    std::vector<float> scratch(size_t(width) * size_t(additive ? 7 : channels + 1));
     for (int row = 0; row < used.height(); ++row) {
         fields.moveToRow(row);
         T* p = image->pixelAt(used.left, used.top + row);
         if (!additive) {
-            addLuminanceGrain(p, width, channels, fields.field(0), strength, exponents.data());
+            addLuminanceGrain(p, width, channels, fields.field(0), strength, scratch.data());
+            continue;
+        }
+        if (channels == 3) {
+            addAdditiveGrainAlongRow(p, width, mode, fields, amplitude, scratch.data());
             continue;
         }
         for (int col = 0; col < width; ++col, p += channels) {

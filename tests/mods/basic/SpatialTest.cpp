@@ -275,6 +275,30 @@ TEST(SpatialFilters, CircularBlurLeavesTheCentreAndSoftensTheRim)
     EXPECT_GT(changed, 5);
 }
 
+// Three-channel pixels take the additive grain a row at a time; pixels
+// with a fourth channel take it a pixel at a time. Both give the same red,
+// green and blue in every additive mode.
+TEST(SpatialFilters, AdditiveGrainAlongRowsEqualsItPixelByPixel)
+{
+    for (int mode : {2, 3, 4}) {
+        ImageModNoise grain(60.0f, 30.0f, 10.0f);
+        grain.setVersion(mode);
+        FlexImage<float> three(150, 90, 3);
+        fillTestPattern(three, 5);
+        FlexImage<float> four(150, 90, 4);
+        for (int y = 0; y < 90; ++y)
+            for (int x = 0; x < 150; ++x)
+                std::copy(three.pixelAt(x, y), three.pixelAt(x, y) + 3, four.pixelAt(x, y));
+        grain.applyMod(&three, nullptr);
+        grain.applyMod(&four, nullptr);
+        int differing = 0;
+        for (int y = 0; y < 90; ++y)
+            for (int x = 0; x < 150; ++x)
+                differing += std::memcmp(three.pixelAt(x, y), four.pixelAt(x, y), 3 * sizeof(float)) != 0;
+        EXPECT_EQ(differing, 0) << "mode " << mode;
+    }
+}
+
 TEST(SpatialFilters, GrainIsTheSameOnEveryRunAndEveryTiling)
 {
     for (int mode : {1, 4}) {
