@@ -78,8 +78,13 @@ ln -s "$WORK/presets" "$WORK/data/quillmere/Presets"
 
 printf '%-34s %7s %7s %7s %10s %10s\n' "work (24 MP, $ROUNDS rounds)" yardstk quillm ratio "yard RSS" "RSS"
 compare "apply, a preset that changes nothing" -- "${COPY[@]}" -- "${APPLY[@]}" --preset Nothing "$PHOTO" -o "$OUT"
-for preset in "Punchy Landscape" "Faded Film" "Noir" "Vintage" "Silver Gelatin" "Light Leak" "Dreamy" \
-  "Blur 10" "Blur 100" "Saloon" "Lolo"; do
+# Every shipped preset (camera styles included), then the two blurs.
+shipped=()
+for file in "resources/Default Presets"/*.qmf; do
+  name=$(basename "$file" .qmf)
+  shipped+=("${name//_/ }")
+done
+for preset in "${shipped[@]}" "Blur 10" "Blur 100"; do
   compare "apply --preset \"$preset\"" -- "${COPY[@]}" -- "${APPLY[@]}" --preset "$preset" "$PHOTO" -o "$OUT"
 done
 compare "thumbnails (80 x 50)" -- vipsthumbnail -s 80x50 -o "$WORK/thumb.png" "$PHOTO" -- \
