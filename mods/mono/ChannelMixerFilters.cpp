@@ -91,9 +91,9 @@ void ImageModChannelMixerGreyscale::templateMod(FlexImage<T>* image, ImageModChu
     if (image->channels < 3)
         return;
     // Negative weights can push the sum below 0; it is limited there too.
-    forEachPixel(image, [&](T* p, int channels) {
-        double const in[3] = {double(p[0]), double(p[1]), double(p[2])};
-        setGrey(p, channels, clamp255(float(percentMix(in, weights))));
+    forEachColourTriple(image, [&weights](float& red, float& green, float& blue) {
+        double const in[3] = {double(red), double(green), double(blue)};
+        red = green = blue = clamp255(float(percentMix(in, weights)));
     });
 }
 

@@ -37,11 +37,3 @@ public:
     void templateMod(FlexImage<T>* image, ImageModChunkInfo* info);
 };
 
-// Writes grey into the red, green and blue of a pixel.
-template <typename T>
-inline void setGrey(T* p, int channels, float grey)
-{
-    T const g = FlexImage<T>::storeSample(grey);
-    for (int c = 0; c < 3 && c < channels; ++c)
-        p[c] = g;
-}

@@ -35,8 +35,8 @@ void ImageModFilteredBW::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
         return;
     float weights[3];
     filterWeights(floatVar(1), floatVar(0) * 0.01f, weights);
-    forEachPixel(image, [&](T* p, int channels) {
-        setGrey(p, channels, clamp255(float(p[0]) * weights[0] + float(p[1]) * weights[1] + float(p[2]) * weights[2]));
+    forEachColourTriple(image, [&weights](float& red, float& green, float& blue) {
+        red = green = blue = clamp255(red * weights[0] + green * weights[1] + blue * weights[2]);
     });
 }
 

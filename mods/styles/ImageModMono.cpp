@@ -39,12 +39,13 @@ void ImageModMono::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
     lensWeights(variation(), w);
     float const s = float(smoothing(variation()));
     float const weights[3] = {float(w[0]), float(w[1]), float(w[2])};
-    forEachPixel(image, [&](T* p, int) {
-        float const grey = float(p[0]) * weights[0] + float(p[1]) * weights[1] + float(p[2]) * weights[2];
+    forEachColourTriple(image, [&weights, s, a](float& red, float& green, float& blue) {
+        float const grey = red * weights[0] + green * weights[1] + blue * weights[2];
         float const x = clamp255(grey) / 255.0f;
         float const rolled = 255.0f * (x + s * (x * x * (3.0f - 2.0f * x) - x));
-        for (int c = 0; c < 3; ++c)
-            p[c] = FlexImage<T>::storeSample(clamp255(float(p[c]) + a * (rolled - float(p[c]))));
+        red = clamp255(red + a * (rolled - red));
+        green = clamp255(green + a * (rolled - green));
+        blue = clamp255(blue + a * (rolled - blue));
     });
 }
 
