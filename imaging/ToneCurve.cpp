@@ -178,20 +178,23 @@ void ToneCurve::updateSmoothVals()
 
 namespace {
 
-// lookupChannel x scale over count values of a table t. Its ends (the last
-// entry at and past 255, the first at and below 0 and for what is not a
-// number) are picked by masks, and the interpolation is worked out at
-// position 0 for them: with branches, or with || (which branches), the loop
-// would not vectorise; nor would it if the table might overlap the values.
-WIDEST_VECTORS void curveSamples(float const* __restrict t, float* __restrict values, int count, float scale)
+// The lookup over count values of a table t, each at table position
+// value x indexScale and read as the last entry from value x topScale >= 1
+// on, times scale. The ends (the last entry at and past the top, the first
+// at and below 0 and for what is not a number) are picked by masks, and the
+// interpolation is worked out at position 0 for them: with branches, or
+// with || (which branches), the loop would not vectorise; nor would it if
+// the table might overlap the values.
+WIDEST_VECTORS void curveSamples(float const* __restrict t, float* __restrict values, int count, float indexScale,
+                                 float topScale, float scale)
 {
     float const first = t[0];
     float const lastValue = t[ToneCurve::lastEntry];
     float const last = float(ToneCurve::lastEntry);
     for (int i = 0; i < count; ++i) {
         float const c = values[i];
-        float const f = c * 9.996079f;
-        bool const top = (c * (1.0f / 255.0f) >= 1.0f) | (f >= last);
+        float const f = c * indexScale;
+        bool const top = (c * topScale >= 1.0f) | (f >= last);
         bool const bottom = !(f > 0.0f);
         float const at = fastPow::pick(top | bottom, 0.0f, f);
         int const j = int(at);
@@ -204,5 +207,10 @@ WIDEST_VECTORS void curveSamples(float const* __restrict t, float* __restrict va
 
 void ToneCurve::lookupChannels(float* values, int count, float scale) const
 {
-    curveSamples(table.data, values, count, scale);
+    curveSamples(table.data, values, count, 9.996079f, 1.0f / 255.0f, scale);
+}
+
+void ToneCurve::lookupValues(float* values, int count) const
+{
+    curveSamples(table.data, values, count, float(lastEntry), 1.0f, 1.0f);
 }

@@ -48,9 +48,11 @@ public:
     {
         return c * (1.0f / 255.0f) >= 1.0f ? table[lastEntry] : lookupAtIndex(c * 9.996079f);
     }
-    // lookupChannel(v) x scale for count channel samples in place: the same
-    // results, in one loop without branches, which vectorises.
+    // lookupChannel(v) x scale for count channel samples in place, and
+    // lookup(v) for count values in place: the same results, in one loop
+    // without branches, which vectorises.
     void lookupChannels(float* values, int count, float scale) const;
+    void lookupValues(float* values, int count) const;
     // Value at a fractional table position, the one interpolation rule.
     float lookupAtIndex(float f) const
     {

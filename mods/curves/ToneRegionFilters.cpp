@@ -13,16 +13,57 @@ GrowArray<Point2D> pointList(std::initializer_list<Point2D> points)
     return list;
 }
 
-// The pixel's HSV value moved a of the way to the curve.
-template <typename T>
-void moveValueTowardCurve(T* p, ToneCurve const& curve, float a)
+// Each pixel's HSV value moved a of the way to the curve, hue and
+// saturation kept, over a block of pixels (reds, greens and blues apart):
+// every pixel to HSV, the values through the curve, and back, each in a
+// loop without branches (the sides worked out and picked), with the
+// arithmetic of OVRGBColor's toHSV and fromHSV.
+void moveValuesTowardCurve(float* red, float* green, float* blue, int count, ToneCurve const& curve, float a)
 {
-    HSV const hsv = OVRGBColor::toHSV(float(p[0]), float(p[1]), float(p[2]));
-    float const v = (curve.lookup(hsv.v) - hsv.v) * a + hsv.v;
-    float rgb[3];
-    OVRGBColor::fromHSV(hsv.h, hsv.s, v, &rgb[0], &rgb[1], &rgb[2]);
-    for (int c = 0; c < 3; ++c)
-        p[c] = FlexImage<T>::storeSample(rgb[c]);
+    float hues[colourBlockPixels];
+    float saturations[colourBlockPixels];
+    float values[colourBlockPixels];
+    float curved[colourBlockPixels];
+    widestLoop(count, [=, &hues, &saturations, &values, &curved](int i) {
+        float const r = float(double(red[i]) * (1.0 / 255.0));
+        float const g = float(double(green[i]) * (1.0 / 255.0));
+        float const b = float(double(blue[i]) * (1.0 / 255.0));
+        float const gb = g > b ? g : b;
+        float const max = r > gb ? r : gb;
+        float const gbLow = g < b ? g : b;
+        float const min = r < gbLow ? r : gbLow;
+        float const d = max - min;
+        bool const redTop = r == max;
+        bool const greenTop = !redTop && g == max;
+        float const rise = redTop ? g - b : (greenTop ? b - r : r - g);
+        float const from = redTop ? 0.0f : (greenTop ? 120.0f : 240.0f);
+        float hue = d != 0.0f ? rise * 60.0f / d + from : 0.0f;
+        hue = hue < 0.0f ? hue + 360.0f : hue;
+        hue = hue >= 360.0f ? hue - 360.0f : hue;
+        hues[i] = hue;
+        saturations[i] = d != 0.0f ? d / max : 0.0f;
+        values[i] = max;
+        curved[i] = max;
+    });
+    curve.lookupValues(curved, count);
+    widestLoop(count, [=, &hues, &saturations, &values, &curved](int i) {
+        float const v = (curved[i] - values[i]) * a + values[i];
+        float const s = saturations[i];
+        float const x = float(double(hues[i]) * (1.0 / 360.0)) * 6.0f;
+        float const sector = std::floor(x);
+        float const f = x - sector;
+        // A saturation of 0 gives v in every channel through these too.
+        float const p = (1.0f - s) * v;
+        float const q = (1.0f - f * s) * v;
+        float const t = ((f - 1.0f) * s + 1.0f) * v;
+        int const k = int(sector);
+        float const r = k == 0 ? v : (k == 1 ? q : (k == 2 || k == 3 ? p : (k == 4 ? t : v)));
+        float const g = k == 0 ? t : (k == 1 || k == 2 ? v : (k == 3 ? q : p));
+        float const b = k == 0 || k == 1 ? p : (k == 2 ? t : (k == 3 || k == 4 ? v : q));
+        red[i] = r * 255.0f;
+        green[i] = g * 255.0f;
+        blue[i] = b * 255.0f;
+    });
 }
 
 } // namespace
@@ -51,7 +92,9 @@ void ImageModToneRegion::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
             return;
         ToneCurve const& curve = amount > 1.0f ? liftingCurve : loweringCurve;
         float const a = amount > 1.0f ? amount - 1.0f : 1.0f - amount;
-        forEachPixel(image, [&](T* p, int) { moveValueTowardCurve(p, curve, a); });
+        forEachColourBlock(image, [&curve, a](float* red, float* green, float* blue, int count) {
+            moveValuesTowardCurve(red, green, blue, count, curve, a);
+        });
         return;
     }
     ToneCurve curve;

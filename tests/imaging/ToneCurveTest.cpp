@@ -74,8 +74,9 @@ TEST(ToneCurve, EndPointsAreExactAndLookupInterpolates)
 }
 
 // A run of channel samples through the curve gives lookupChannel's results
-// bit for bit: at the ends (0, 255, just either side), beyond them, for
-// infinities and what is not a number, and between entries.
+// bit for bit, and a run of values lookup's: at the ends (0, 255 or 1, just
+// either side), beyond them, for infinities and what is not a number, and
+// between entries.
 TEST(ToneCurve, ChannelRunsGiveTheLookupsResults)
 {
     ToneCurve curve;
@@ -96,6 +97,18 @@ TEST(ToneCurve, ChannelRunsGiveTheLookupsResults)
     EXPECT_EQ(run[7], curve.values()[0] * 255.0f) << "what is not a number reads the first entry";
     EXPECT_EQ(run[6], curve.values()[ToneCurve::lastEntry] * 255.0f);
     EXPECT_EQ(run[9], curve.values()[ToneCurve::lastEntry] * 255.0f) << "just below 255 reads the last entry";
+
+    // The same for values on 0..1 and lookup.
+    std::vector<float> values = {0.0f, -0.0f, 1e-30f, -5.0f, -inf, inf, std::nanf(""), 0.99999994f, 1.0f, 1.5f};
+    for (int i = 0; i < 300; ++i)
+        values.push_back(float(i) * 0.003347f);
+    std::vector<float> looked = values;
+    curve.lookupValues(looked.data(), int(looked.size()));
+    for (size_t i = 0; i < values.size(); ++i) {
+        float const expected = curve.lookup(values[i]);
+        EXPECT_EQ(std::memcmp(&looked[i], &expected, sizeof expected), 0)
+            << "value " << values[i] << ": " << looked[i] << " against " << expected;
+    }
 }
 
 TEST(ToneCurve, MonotonicPointsGiveAMonotonicTable)

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <initializer_list>
 
+#include "imaging/OVRGBColor.h"
 #include "mods/curves/ImageModExposureCurve.h"
 #include "mods/curves/ToneRegionFilters.h"
 #include "mods/curves/ImageModLabCurves.h"
@@ -192,6 +193,33 @@ TEST(CurveFilters, GammaCurveDarkensKeepsAndBrightensAlongARow)
         for (int c = 0; c < 3; ++c)
             EXPECT_NEAR(row.pixelAt(x, 0)[c], expected[x % 3], 2e-3f) << "pixel " << x;
         EXPECT_EQ(row.pixelAt(x, 0)[3], 77.0f);
+    }
+}
+
+// Highlights moves each pixel's HSV value and keeps its hue and saturation:
+// colours in each sixth of the hue circle (and grey, and black), along a row
+// longer than a block of the filters' loops.
+TEST(CurveFilters, HighlightsKeepHueAndSaturationInEverySector)
+{
+    Pixel const colours[8] = {{200, 150, 60}, {150, 200, 60}, {60, 200, 150}, {60, 150, 200},
+                              {150, 60, 200}, {200, 60, 150}, {180, 180, 180}, {0, 0, 0}};
+    ImageModHighlights highlights;
+    highlights.setFloatVar(0, 1.8f);
+    FlexImage<float> row(300, 1, 3);
+    for (int x = 0; x < 300; ++x)
+        std::copy(colours[x % 8].begin(), colours[x % 8].end(), row.pixelAt(x, 0));
+    highlights.applyMod(&row, nullptr);
+    for (int x = 0; x < 300; ++x) {
+        Pixel const& in = colours[x % 8];
+        float const* out = row.pixelAt(x, 0);
+        HSV const before = OVRGBColor::toHSV(in[0], in[1], in[2]);
+        HSV const after = OVRGBColor::toHSV(out[0], out[1], out[2]);
+        EXPECT_NEAR(after.h, before.h, 1e-3f) << "pixel " << x;
+        EXPECT_NEAR(after.s, before.s, 1e-5f) << "pixel " << x;
+        if (x % 8 < 7)
+            EXPECT_GT(after.v, before.v) << "pixel " << x;
+        else
+            EXPECT_EQ(after.v, 0.0f);
     }
 }
 
