@@ -145,23 +145,31 @@ private:
     double frequency(int f) const { return frequencies ? channelFrequency[f] : 1.0; }
 };
 
+// A pixel's grain in red, green and blue from its fields: one field for
+// all (mode 2), one field each (mode 3), or a shared field with a little of
+// the others (mode 4). f1 and f2 are read in modes 3 and 4 only.
+inline void mixGrains(int mode, float f0, float f1, float f2, float* grain)
+{
+    if (mode == 2) {
+        grain[0] = grain[1] = grain[2] = f0;
+    } else if (mode == 3) {
+        grain[0] = f0;
+        grain[1] = f1;
+        grain[2] = f2;
+    } else {
+        grain[0] = 0.8f * f0 + 0.2f * f1;
+        grain[1] = 0.8f * f0 + 0.2f * f2;
+        grain[2] = 0.8f * f0 - 0.1f * (f1 + f2);
+    }
+}
+
 // Additive grain, strongest in the mid-tones as on film; fields holds the
 // pixel's one (mode 2) or three grain fields.
 template <typename T>
 void addAdditiveGrain(T* p, int channels, int mode, float const* fields, float amplitude)
 {
     float grain[3];
-    if (mode == 2) {
-        grain[0] = grain[1] = grain[2] = fields[0];
-    } else if (mode == 3) {
-        grain[0] = fields[0];
-        grain[1] = fields[1];
-        grain[2] = fields[2];
-    } else {
-        grain[0] = 0.8f * fields[0] + 0.2f * fields[1];
-        grain[1] = 0.8f * fields[0] + 0.2f * fields[2];
-        grain[2] = 0.8f * fields[0] - 0.1f * (fields[1] + fields[2]);
-    }
+    mixGrains(mode, fields[0], fields[1], fields[2], grain);
     float const L = float(pixelLuminance(p, channels));
     float const fromMid = (L - 127.5f) / 127.5f;
     float const toneWeight = 0.35f + 0.65f * (1.0f - fromMid * fromMid);
@@ -171,8 +179,8 @@ void addAdditiveGrain(T* p, int channels, int mode, float const* fields, float a
 }
 
 // Additive grain along a row of three-channel pixels: the tone weights of
-// the row first, then each pixel's three grains (as addAdditiveGrain mixes
-// them), laid out along the row, then every sample in one loop. scratch
+// the row first, then each pixel's three grains (mixGrains), laid out along
+// the row, then every sample in one loop. scratch
 // holds 7 x width values.
 template <typename T>
 void addAdditiveGrainAlongRow(T* row, int width, int mode, GrainFields const& fields, float amplitude,
@@ -188,24 +196,10 @@ void addAdditiveGrainAlongRow(T* row, int width, int mode, GrainFields const& fi
     });
     spreadOverSamples(weights, width, 3, sampleWeights);
     float const* f0 = fields.field(0);
-    if (mode == 2) {
-        spreadOverSamples(f0, width, 3, grains);
-    } else {
-        float const* f1 = fields.field(1);
-        float const* f2 = fields.field(2);
-        for (int col = 0; col < width; ++col) {
-            float* g = grains + 3 * size_t(col);
-            if (mode == 3) {
-                g[0] = f0[col];
-                g[1] = f1[col];
-                g[2] = f2[col];
-            } else {
-                g[0] = 0.8f * f0[col] + 0.2f * f1[col];
-                g[1] = 0.8f * f0[col] + 0.2f * f2[col];
-                g[2] = 0.8f * f0[col] - 0.1f * (f1[col] + f2[col]);
-            }
-        }
-    }
+    float const* f1 = mode == 2 ? f0 : fields.field(1);
+    float const* f2 = mode == 2 ? f0 : fields.field(2);
+    for (int col = 0; col < width; ++col)
+        mixGrains(mode, f0[col], f1[col], f2[col], grains + 3 * size_t(col));
     widestLoop(3 * width, [row, grains, sampleWeights, amplitude](int i) {
         row[i] = FlexImage<T>::storeSample(clamp255(float(row[i]) + grains[i] * amplitude * sampleWeights[i]));
     });
@@ -269,7 +263,7 @@ void ImageModNoise::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
             continue;
         }
         for (int col = 0; col < width; ++col, p += channels) {
-            float pixelFields[3];
+            float pixelFields[3] = {0.0f, 0.0f, 0.0f};
             for (int f = 0; f < fieldCount; ++f)
                 pixelFields[f] = fields.field(f)[col];
             addAdditiveGrain(p, channels, mode, pixelFields, amplitude);

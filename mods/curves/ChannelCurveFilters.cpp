@@ -1,5 +1,7 @@
 #include "mods/curves/ChannelCurveFilters.h"
 
+#include <algorithm>
+
 #include "mods/common/SampleLoop.h"
 #include "mods/curves/CurveRules.h"
 #include "mods/curves/ToneCurveFilters.h"
@@ -21,39 +23,6 @@ ImageModRGBCurves::ImageModRGBCurves(char const* red, char const* green, char co
     setDefaultVarsToCurrent();
 }
 
-namespace {
-
-// RGB Curves over three-channel pixels, a block of a row at a time: the
-// block's reds, greens and blues apart, each through its curves in one
-// vectorised loop, then the blend.
-template <typename T>
-void curveThreeChannels(FlexImage<T>* image, ToneCurve const* const* curves, ToneCurve const* all, float a)
-{
-    forEachUsedStretch(image, [&](T* p, size_t n) {
-        float channel[3][curveBlock];
-        float curved[3 * curveBlock];
-        size_t const pixels = n / 3;
-        for (size_t start = 0; start < pixels; start += curveBlock) {
-            int const count = int(std::min(size_t(curveBlock), pixels - start));
-            T* const q = p + 3 * start;
-            for (int c = 0; c < 3; ++c) {
-                for (int i = 0; i < count; ++i)
-                    channel[c][i] = float(q[3 * i + c]);
-                curves[c]->lookupChannels(channel[c], count, 255.0f);
-                if (all)
-                    all->lookupChannels(channel[c], count, 255.0f);
-            }
-            for (int i = 0; i < count; ++i)
-                for (int c = 0; c < 3; ++c)
-                    curved[3 * i + c] = channel[c][i];
-            for (int i = 0; i < 3 * count; ++i)
-                q[i] = FlexImage<T>::storeSample(float(q[i]) * (1.0f - a) + curved[i] * a);
-        }
-    });
-}
-
-} // namespace
-
 template <typename T>
 void ImageModRGBCurves::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
 {
@@ -65,17 +34,30 @@ void ImageModRGBCurves::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
     if (!all && curves[0]->isIdentity() && curves[1]->isIdentity() && curves[2]->isIdentity())
         return;
     // The shared curve acts on the result of the channel curves.
-    if (image->channels == 3) {
-        curveThreeChannels(image, curves, all, a);
+    if (image->channels < 3) {
+        forEachPixel(image, [&curves, all, a](T* p, int channels) {
+            for (int c = 0; c < channels; ++c) {
+                float curved = curves[c]->lookupChannel(float(p[c])) * 255.0f;
+                if (all)
+                    curved = all->lookupChannel(curved) * 255.0f;
+                p[c] = FlexImage<T>::storeSample(float(p[c]) * (1.0f - a) + curved * a);
+            }
+        });
         return;
     }
-    forEachPixel(image, [&](T* p, int channels) {
-        int const colours = channels < 3 ? channels : 3;
-        for (int c = 0; c < colours; ++c) {
-            float curved = curves[c]->lookupChannel(float(p[c])) * 255.0f;
+    // A block's reds, greens and blues each go through their curves in one
+    // vectorised lookup, then blend.
+    forEachColourBlock(image, [&curves, all, a](float* red, float* green, float* blue, int count) {
+        float* const channels[3] = {red, green, blue};
+        float curved[colourBlockPixels];
+        for (int c = 0; c < 3; ++c) {
+            float* const samples = channels[c];
+            std::copy(samples, samples + count, curved);
+            curves[c]->lookupChannels(curved, count, 255.0f);
             if (all)
-                curved = all->lookupChannel(curved) * 255.0f;
-            p[c] = FlexImage<T>::storeSample(float(p[c]) * (1.0f - a) + curved * a);
+                all->lookupChannels(curved, count, 255.0f);
+            for (int i = 0; i < count; ++i)
+                samples[i] = samples[i] * (1.0f - a) + curved[i] * a;
         }
     });
 }
