@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <vector>
 
 #include "core/ScratchPool.h"
@@ -153,28 +154,21 @@ public:
     void make(BlurMethod method, float const* radii, int count, double scale)
     {
         resize(size_t(std::max(count, 0)));
+        // Shapes as lambdas, not function pointers: so they are inlined
+        // into the loop, which then vectorises.
         if (method == BlurBox)
-            makeWith(radii, count, scale, boxShape);
+            makeWith(radii, count, scale, [](double extent, int reach) { return boxShape(extent, reach); });
         else
-            makeWith(radii, count, scale, gaussianShape);
+            makeWith(radii, count, scale, [](double extent, int reach) { return gaussianShape(extent, reach); });
     }
 
-    // The blurred samples at position x of the line with kernel i, from the
-    // pieces' sums of offset^k times the samples: a (= 1) S0 + c S2 over the
-    // middle, and over the sides, whose weights mirror each other, sideA S0
-    // + sideB (S1 right - S1 left) + sideC S2.
-    double total(size_t i, double middleS0, double middleS2, double sidesS0, double sidesS1,
-                 double sidesS2) const
-    {
-        return (middleS0 + c[i] * middleS2 + (sideA[i] * sidesS0 + sideB[i] * sidesS1 + sideC[i] * sidesS2)) *
-               toSample[i];
-    }
-
+    // Kernel i's weights: a (= 1) over the middle, + c i^2; over the sides,
+    // whose weights mirror each other, sideA + sideB |i| + sideC i^2; and
+    // 1 / (norm x scale), which turns its sums into samples.
     std::vector<int> inner, reach;
-
-private:
     std::vector<double> c, sideA, sideB, sideC, toSample;
 
+private:
     void resize(size_t n)
     {
         for (std::vector<int>* v : {&inner, &reach})
@@ -184,7 +178,7 @@ private:
     }
 
     template <typename Shape>
-    void makeWith(float const* radii, int count, double scale, Shape shape)
+    WIDEST_VECTORS void makeWith(float const* radii, int count, double scale, Shape shape)
     {
         int* const innerOf = inner.data();
         int* const reachOf = reach.data();
@@ -415,6 +409,20 @@ auto unchanged()
 
 // --- one pass along lines, each position with its own kernel -------------
 
+// A signed whole number below 2^51 in size (held in a wrapping 64-bit
+// word), as a double, with integer and bit operations only: x86's vectors
+// before AVX-512 have no conversion from 64-bit integers. Adding 2^52 + 2^51
+// puts the number into the mantissa of a double of that size, which is
+// then taken away again, exactly.
+inline double wholeToDouble(uint64_t v)
+{
+    constexpr uint64_t magicBits = 0x4338000000000000u; // 2^52 + 2^51
+    uint64_t const bits = v + magicBits;
+    double shifted;
+    std::memcpy(&shifted, &bits, sizeof shifted);
+    return shifted - 6755399441055744.0;
+}
+
 // Prefix sums of i^0 f, i^1 f and i^2 f along one line, extended by pad
 // repeated edge samples at each end, in 64-bit whole numbers that wrap. The
 // samples are whole numbers, and every window's true sums fit well within 63
@@ -422,100 +430,147 @@ auto unchanged()
 // often the prefixes wrapped: they depend only on the samples under the
 // window, not on where the line starts. Any window then costs the same,
 // whatever its size, and each position can take its own.
-template <int Channels>
+// Each channel's three sums are kept in planes of their own, so that a line
+// of kernels is a plain loop over positions (its reads gathered).
 class LinePrefixSums
 {
 public:
-    LinePrefixSums(int anyChannels, int pad) : channels(Channels > 0 ? Channels : anyChannels), pad(pad) {}
+    LinePrefixSums(int channels, int pad) : channels(channels), pad(pad) {}
 
     void build(float const* samples, int length)
     {
-        size_t const positions = size_t(length) + 2 * size_t(pad);
-        prefix.resize((positions + 1) * perPosition());
-        std::fill(prefix.begin(), prefix.begin() + perPosition(), 0);
-        for (size_t j = 0; j < positions; ++j) {
-            ptrdiff_t const source = std::clamp(ptrdiff_t(j) - pad, ptrdiff_t(0), ptrdiff_t(length - 1));
-            float const* f = samples + size_t(source) * channelCount();
-            uint64_t const* before = &prefix[j * perPosition()];
-            uint64_t* after = &prefix[(j + 1) * perPosition()];
-            uint64_t const i = j;
-            for (int c = 0; c < channelCount(); ++c) {
-                uint64_t const v = uint64_t(f[c]);
-                after[3 * c] = before[3 * c] + v;
-                after[3 * c + 1] = before[3 * c + 1] + i * v;
-                after[3 * c + 2] = before[3 * c + 2] + i * i * v;
-            }
-        }
+        positions = size_t(length) + 2 * size_t(pad);
+        prefix.resize(size_t(3 * channels) * (positions + 1));
+        for (int c = 0; c < channels; ++c)
+            buildChannel(samples + c, length, plane(c, 0), plane(c, 1), plane(c, 2));
     }
 
-    // The blurred samples at position x with kernel i of shapes. The sides'
-    // sums are combined as whole numbers before they are moved to the
-    // centre and turned into doubles.
-    void blurAt(int x, LineShapes const& shapes, size_t i, float* out) const
+    // Positions [from, from + count) blurred, each with its own kernel of
+    // shapes (kernel i for position from + i), pixel after pixel into out;
+    // blurred holds count x channels values.
+    void blurLine(int from, int count, LineShapes const& shapes, float* blurred, float* out) const
     {
-        size_t const at = size_t(x) + size_t(pad);
-        // The pieces' bounds as prefix positions: left A..B, middle B..C,
-        // right C..D (an empty side reads one prefix twice: sums of 0).
-        int const inner = shapes.inner[i];
-        int const reach = shapes.reach[i];
-        uint64_t const* A = &prefix[(at - reach) * perPosition()];
-        uint64_t const* B = &prefix[(at - inner) * perPosition()];
-        uint64_t const* C = &prefix[(at + inner + 1) * perPosition()];
-        uint64_t const* D = &prefix[(at + reach + 1) * perPosition()];
-        // Sums over absolute positions j become sums over offsets j - X:
-        // S1 = P1 - X P0 and S2 = P2 - 2 X P1 + X^2 P0.
-        uint64_t const X = at;
-        uint64_t const twiceX = 2 * X;
-        uint64_t const squareX = X * X;
-        for (int c = 0; c < channelCount(); ++c) {
-            uint64_t const* a = A + 3 * c;
-            uint64_t const* b = B + 3 * c;
-            uint64_t const* m = C + 3 * c;
-            uint64_t const* d = D + 3 * c;
-            uint64_t const middle0 = m[0] - b[0];
-            uint64_t const middle1 = m[1] - b[1];
-            uint64_t const middle2 = m[2] - b[2];
-            uint64_t const both0 = (d[0] - m[0]) + (b[0] - a[0]);
-            uint64_t const both1 = (d[1] - m[1]) + (b[1] - a[1]);
-            uint64_t const both2 = (d[2] - m[2]) + (b[2] - a[2]);
-            uint64_t const apart0 = (d[0] - m[0]) - (b[0] - a[0]);
-            uint64_t const apart1 = (d[1] - m[1]) - (b[1] - a[1]);
-            double const middleS0 = double(int64_t(middle0));
-            double const middleS2 = double(int64_t(middle2 - twiceX * middle1 + squareX * middle0));
-            double const sidesS0 = double(int64_t(both0));
-            double const sidesS1 = double(int64_t(apart1 - X * apart0));
-            double const sidesS2 = double(int64_t(both2 - twiceX * both1 + squareX * both0));
-            out[c] = float(shapes.total(i, middleS0, middleS2, sidesS0, sidesS1, sidesS2));
-        }
+        for (int c = 0; c < channels; ++c)
+            blurChannel(plane(c, 0), plane(c, 1), plane(c, 2), shapes, from + pad, count,
+                        blurred + size_t(c) * count);
+        if (channels == 3)
+            interleave<3>(blurred, count, out);
+        else
+            interleave<0>(blurred, count, out);
     }
 
 private:
     int channels;
     int pad;
+    size_t positions = 0;
     std::vector<uint64_t> prefix;
 
-    int channelCount() const { return Channels > 0 ? Channels : channels; }
-    size_t perPosition() const { return size_t(3 * channelCount()); }
+    // Channel after channel into pixel after pixel; Channels is the channel
+    // count, or 0 for any.
+    template <int Channels>
+    void interleave(float const* planes, int count, float* out) const
+    {
+        int const n = Channels > 0 ? Channels : channels;
+        for (int i = 0; i < count; ++i)
+            for (int c = 0; c < n; ++c)
+                out[size_t(i) * n + c] = planes[size_t(c) * count + i];
+    }
+
+    uint64_t* plane(int c, int k) { return prefix.data() + size_t(3 * c + k) * (positions + 1); }
+    uint64_t const* plane(int c, int k) const { return prefix.data() + size_t(3 * c + k) * (positions + 1); }
+
+    // The edge samples repeat over the pads: the sums run over the pad
+    // before the line, the line, and the pad after it. The samples are whole
+    // numbers of at most 24 bits, which convert through int32 in one
+    // instruction.
+    void buildChannel(float const* samples, int length, uint64_t* p0, uint64_t* p1, uint64_t* p2) const
+    {
+        p0[0] = p1[0] = p2[0] = 0;
+        auto const sampleAt = [&](int x) { return uint64_t(uint32_t(int32_t(samples[size_t(x) * channels]))); };
+        // The running sums stay in registers: read back from the planes,
+        // each step would wait for the store before it.
+        uint64_t s0 = 0, s1 = 0, s2 = 0;
+        auto const add = [&](size_t from, size_t to, auto valueAt) {
+            for (size_t j = from; j < to; ++j) {
+                uint64_t const v = valueAt(j);
+                uint64_t const i = j;
+                s0 += v;
+                s1 += i * v;
+                s2 += i * i * v;
+                p0[j + 1] = s0;
+                p1[j + 1] = s1;
+                p2[j + 1] = s2;
+            }
+        };
+        size_t const lineStart = size_t(pad);
+        size_t const lineEnd = lineStart + size_t(length);
+        uint64_t const first = sampleAt(0);
+        uint64_t const last = sampleAt(length - 1);
+        add(0, lineStart, [first](size_t) { return first; });
+        add(lineStart, lineEnd, [&](size_t j) { return sampleAt(int(j - lineStart)); });
+        add(lineEnd, positions, [last](size_t) { return last; });
+    }
+
+    // The blurred samples at prefix positions first.. with kernels 0..count
+    // of shapes. The pieces' bounds as prefix positions: left A..B, middle
+    // B..C, right C..D (an empty side reads one prefix twice: sums of 0).
+    // Sums over absolute positions j become sums over offsets j - X: S1 =
+    // P1 - X P0 and S2 = P2 - 2 X P1 + X^2 P0. The sides' sums are combined
+    // as whole numbers before they are moved to the centre and turned into
+    // doubles (the scale of the sums keeps every window's below 2^51).
+    static WIDEST_VECTORS void blurChannel(uint64_t const* p0, uint64_t const* p1, uint64_t const* p2,
+                                           LineShapes const& shapes, int first, int count, float* out)
+    {
+        int const* innerOf = shapes.inner.data();
+        int const* reachOf = shapes.reach.data();
+        double const* c = shapes.c.data();
+        double const* sideA = shapes.sideA.data();
+        double const* sideB = shapes.sideB.data();
+        double const* sideC = shapes.sideC.data();
+        double const* toSample = shapes.toSample.data();
+        for (int i = 0; i < count; ++i) {
+            int const at = first + i;
+            int const A = at - reachOf[i];
+            int const B = at - innerOf[i];
+            int const C = at + innerOf[i] + 1;
+            int const D = at + reachOf[i] + 1;
+            uint64_t const X = uint64_t(at);
+            uint64_t const twiceX = 2 * X;
+            uint64_t const squareX = X * X;
+            uint64_t const middle0 = p0[C] - p0[B];
+            uint64_t const middle1 = p1[C] - p1[B];
+            uint64_t const middle2 = p2[C] - p2[B];
+            uint64_t const both0 = (p0[D] - p0[C]) + (p0[B] - p0[A]);
+            uint64_t const both1 = (p1[D] - p1[C]) + (p1[B] - p1[A]);
+            uint64_t const both2 = (p2[D] - p2[C]) + (p2[B] - p2[A]);
+            uint64_t const apart0 = (p0[D] - p0[C]) - (p0[B] - p0[A]);
+            uint64_t const apart1 = (p1[D] - p1[C]) - (p1[B] - p1[A]);
+            double const middleS0 = wholeToDouble(middle0);
+            double const middleS2 = wholeToDouble(middle2 - twiceX * middle1 + squareX * middle0);
+            double const sidesS0 = wholeToDouble(both0);
+            double const sidesS1 = wholeToDouble(apart1 - X * apart0);
+            double const sidesS2 = wholeToDouble(both2 - twiceX * both1 + squareX * both0);
+            out[i] = float((middleS0 + c[i] * middleS2 + (sideA[i] * sidesS0 + sideB[i] * sidesS1 + sideC[i] * sidesS2)) *
+                           toSample[i]);
+        }
+    }
 };
 
 // Blurs positions [from, to) of every line of a plane of lines x length
 // positions x channels, each with the kernel of its radius (radii[line *
 // radiiStride + position]), into lines of to - from positions; pad is at
 // least the largest reach of those kernels.
-template <int Channels>
-void sweepVaryingLines(float const* in, int lines, int length, int anyChannels, float const* radii,
-                       size_t radiiStride, int from, int to, BlurMethod method, double scale, int pad, float* out)
+void sweepVarying(float const* in, int lines, int length, int channels, float const* radii, size_t radiiStride,
+                  int from, int to, BlurMethod method, double scale, int pad, float* out)
 {
-    int const channels = Channels > 0 ? Channels : anyChannels;
     int const made = to - from;
-    LinePrefixSums<Channels> sums(channels, pad);
+    LinePrefixSums sums(channels, pad);
     LineShapes shapes;
+    std::vector<float> blurred(size_t(std::max(made, 0)) * channels);
     for (int line = 0; line < lines; ++line) {
         sums.build(in + size_t(line) * length * channels, length);
         shapes.make(method, radii + size_t(line) * radiiStride + from, made, scale);
-        float* lineOut = out + size_t(line) * made * channels;
-        for (int i = 0; i < made; ++i)
-            sums.blurAt(from + i, shapes, size_t(i), lineOut + size_t(i) * channels);
+        sums.blurLine(from, made, shapes, blurred.data(), out + size_t(line) * made * channels);
     }
 }
 
@@ -529,14 +584,6 @@ int reachOfLargest(float const* radii, size_t count)
     return int(std::ceil(std::min(largest, 1.0e6f)));
 }
 
-void sweepVarying(float const* in, int lines, int length, int channels, float const* radii, size_t radiiStride,
-                  int from, int to, BlurMethod method, double scale, int pad, float* out)
-{
-    if (channels == 3)
-        sweepVaryingLines<3>(in, lines, length, channels, radii, radiiStride, from, to, method, scale, pad, out);
-    else
-        sweepVaryingLines<0>(in, lines, length, channels, radii, radiiStride, from, to, method, scale, pad, out);
-}
 
 // --- discs from row spans ------------------------------------------------
 
