@@ -4,14 +4,16 @@
 #include <type_traits>
 
 #include "imaging/FlexImage.h"
+#include "imaging/WidestVectors.h"
 
 // Moving rows between an image and the renderer's working tiles, which hold
 // red, green and blue as floats. Three-channel rows are one run of samples,
-// a loop the compiler vectorises.
+// a loop the compiler vectorises (built for the widest vectors: every tile
+// passes through both ways).
 
 // A row of pixels as red, green and blue floats.
 template <typename T>
-inline void widenRow(T const* from, int channels, float* to, int width)
+WIDEST_VECTORS void widenRow(T const* from, int channels, float* to, int width)
 {
     if (channels == 3) {
         for (int i = 0; i < 3 * width; ++i)
@@ -37,7 +39,7 @@ inline T storedSample(float v)
 // channel (alpha) is taken from source, or left as it is when source is
 // null.
 template <typename T>
-inline void storeRow(float const* from, T const* source, int channels, T* to, int width)
+WIDEST_VECTORS void storeRow(float const* from, T const* source, int channels, T* to, int width)
 {
     if (channels == 3) {
         for (int i = 0; i < 3 * width; ++i)

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <vector>
 
+#include "imaging/WidestVectors.h"
 #include "mods/UsedRegion.h"
 #include "mods/common/Ramps.h"
 #include "mods/common/SampleLoop.h"
@@ -55,7 +56,8 @@ void padRow(T const* row, int width, int channels, int r, float* padded)
 // 2r + 1 taps: mirrored taps share one multiply, the outermost pair first,
 // then the centre. Each tap is a contiguous run, so the loops vectorise; the
 // order depends only on the kernel, so every tiling adds the same way.
-void accumulateSymmetric(float const* const* taps, float const* kernel, int r, size_t count, float* out)
+WIDEST_VECTORS void accumulateSymmetric(float const* const* taps, float const* kernel, int r, size_t count,
+                                        float* out)
 {
     std::fill(out, out + count, 0.0f);
     for (int k = 0; k < r; ++k) {

@@ -343,8 +343,8 @@ constexpr int transposeBlock = 32;
 // channel count, or 0 for any (anyChannels). The passes' quantising and
 // storing ride along, so the samples cross memory once less.
 template <int Channels, typename In, typename Out, typename Change>
-void exchangeRowsAndColumns(In const* in, size_t inStride, int rows, int length, int anyChannels, Out* out,
-                            size_t outStride, Change change)
+WIDEST_VECTORS void exchangeRowsAndColumns(In const* in, size_t inStride, int rows, int length, int anyChannels,
+                                           Out* out, size_t outStride, Change change)
 {
     int const channels = Channels > 0 ? Channels : anyChannels;
     for (int y0 = 0; y0 < rows; y0 += transposeBlock)

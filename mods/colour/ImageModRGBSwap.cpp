@@ -33,19 +33,33 @@ void ImageModRGBSwap::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
     // is 0 then, and so is the result.
     if (!std::isfinite(s))
         s = 0.0f;
+    // Each output channel mixes the three inputs (as levels of 0..1).
+    auto const mixed = [&](float red, float green, float blue, float OVRGBColor::*channel) {
+        return clamp255((red * (c1.*channel) + green * (c2.*channel) + blue * (c3.*channel)) * s);
+    };
+    if (image->channels == 3) {
+        // A block of pixels at a time, in a loop that vectorises.
+        forEachColourTriple(image, [=](float& red, float& green, float& blue) {
+            float const r = red * 0.003921569f;
+            float const g = green * 0.003921569f;
+            float const b = blue * 0.003921569f;
+            red = mixed(r, g, b, &OVRGBColor::red);
+            green = mixed(r, g, b, &OVRGBColor::green);
+            blue = mixed(r, g, b, &OVRGBColor::blue);
+        });
+        return;
+    }
     forEachPixel(image, [&](T* p, int channels) {
         // Every sample is read out and cleared; only red, green and blue are
         // written back, so a fourth channel ends at 0.
-        float scratch[3];
-        for (int c = 0; c < 3; ++c)
-            scratch[c] = float(p[c]) * 0.003921569f;
+        float const r = float(p[0]) * 0.003921569f;
+        float const g = float(p[1]) * 0.003921569f;
+        float const b = float(p[2]) * 0.003921569f;
         for (int c = 0; c < channels; ++c)
             p[c] = T(0);
-        p[0] = FlexImage<T>::storeSample(clamp255((scratch[0] * c1.red + scratch[1] * c2.red + scratch[2] * c3.red) * s));
-        p[1] = FlexImage<T>::storeSample(
-            clamp255((scratch[0] * c1.green + scratch[1] * c2.green + scratch[2] * c3.green) * s));
-        p[2] = FlexImage<T>::storeSample(
-            clamp255((scratch[0] * c1.blue + scratch[1] * c2.blue + scratch[2] * c3.blue) * s));
+        p[0] = FlexImage<T>::storeSample(mixed(r, g, b, &OVRGBColor::red));
+        p[1] = FlexImage<T>::storeSample(mixed(r, g, b, &OVRGBColor::green));
+        p[2] = FlexImage<T>::storeSample(mixed(r, g, b, &OVRGBColor::blue));
     });
 }
 

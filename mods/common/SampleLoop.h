@@ -249,7 +249,7 @@ void forEachColourTriple(FlexImage<T>* image, Rule rule)
 // parted into red, green and blue runs, a block at a time, so that the rule
 // runs over contiguous values and vectorises.
 template <typename T, typename ColourRule>
-void rowOfColourValues(T const* pixels, int count, int channels, float* out, ColourRule colourRule)
+WIDEST_VECTORS void rowOfColourValues(T const* pixels, int count, int channels, float* out, ColourRule colourRule)
 {
     if (channels != 3) {
         for (int i = 0; i < count; ++i) {
@@ -300,9 +300,10 @@ inline float clamp255(float v)
 inline void spreadOverSamples(float const* values, int count, int channels, float* out)
 {
     if (channels == 3) {
-        for (int i = 0; i < count; ++i)
+        widestLoop(count, [values, out](int i) {
             for (int c = 0; c < 3; ++c)
                 out[i * 3 + c] = values[i];
+        });
         return;
     }
     for (int i = 0; i < count; ++i)
@@ -333,7 +334,7 @@ void setSamplesFromPixelValues(T* row, Source const* source, int count, int chan
 // used up: they end holding the gains and the lifts. sampleScratch holds
 // width x channels values.
 template <typename T>
-void moveRowLuminance(T* pixels, int width, int channels, int movedChannels, float* L, float* targets,
+WIDEST_VECTORS void moveRowLuminance(T* pixels, int width, int channels, int movedChannels, float* L, float* targets,
                       float* sampleScratch)
 {
     if constexpr (!std::is_same_v<T, float>) {
