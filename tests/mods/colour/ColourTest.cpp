@@ -309,3 +309,30 @@ TEST(ColourFilters, RgbSwapWithThreeBlackColoursGivesBlack)
         setColour(swap, i, OVRGBColor(0.0f, 0.0f, 0.0f));
     expectPixel(applyToPixel(swap, {10, 200, 255}), 0.0f, 0.0f, 0.0f);
 }
+
+// Red, green and blue each sent half to two channels: every channel sums
+// to 256, so the factor is 255 / 256 and each output is the mean of two
+// inputs. A float row longer than a block of the filters' loops, each pixel
+// different.
+TEST(ColourFilters, RgbSwapMixesEveryPixelOfALongRow)
+{
+    ImageModRGBSwap swap;
+    setColour(swap, 0, OVRGBColor(128.0f, 128.0f, 0.0f));
+    setColour(swap, 1, OVRGBColor(0.0f, 128.0f, 128.0f));
+    setColour(swap, 2, OVRGBColor(128.0f, 0.0f, 128.0f));
+    FlexImage<float> row(300, 1, 3);
+    for (int x = 0; x < 300; ++x) {
+        float* p = row.pixelAt(x, 0);
+        p[0] = float(x % 256);
+        p[1] = float((x * 7) % 256);
+        p[2] = float(255 - x % 256);
+    }
+    swap.applyMod(&row, nullptr);
+    for (int x = 0; x < 300; ++x) {
+        float const r = float(x % 256), g = float((x * 7) % 256), b = float(255 - x % 256);
+        float const* p = row.pixelAt(x, 0);
+        EXPECT_NEAR(p[0], (r + b) / 2.0f, 1e-3f) << "pixel " << x;
+        EXPECT_NEAR(p[1], (r + g) / 2.0f, 1e-3f) << "pixel " << x;
+        EXPECT_NEAR(p[2], (g + b) / 2.0f, 1e-3f) << "pixel " << x;
+    }
+}
