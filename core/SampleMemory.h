@@ -14,3 +14,32 @@ T* allocateSamples(size_t count)
 {
     return static_cast<T*>(allocateSampleMemory(count * sizeof(T)));
 }
+
+// Scratch samples reused from task to task: grows to the largest count asked
+// for, without copying or clearing (what a scratch plane holds is written
+// before it is read), and keeps that size.
+template <typename T>
+class SampleBuffer
+{
+public:
+    SampleBuffer() = default;
+    SampleBuffer(SampleBuffer const&) = delete;
+    SampleBuffer& operator=(SampleBuffer const&) = delete;
+    ~SampleBuffer() { freeSampleMemory(memory); }
+
+    T* atLeast(size_t count)
+    {
+        if (count > capacity) {
+            freeSampleMemory(memory);
+            memory = nullptr;
+            capacity = 0;
+            memory = allocateSamples<T>(count);
+            capacity = count;
+        }
+        return memory;
+    }
+
+private:
+    T* memory = nullptr;
+    size_t capacity = 0;
+};

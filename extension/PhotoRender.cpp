@@ -6,8 +6,11 @@
 #include <atomic>
 #include <cmath>
 #include <mutex>
+#include <type_traits>
 #include <utility>
 
+#include "core/SampleMemory.h"
+#include "core/ScratchPool.h"
 #include "mods/ImageModCompound.h"
 #include "mods/ImageModderBands.h"
 #include "mods/output/ImageModCrop.h"
@@ -29,17 +32,39 @@ struct StreamedRender
     std::atomic<bool> photoFailed{false};
     std::mutex firstMessageLock;
     QString firstPhotoMessage;
+    // Windows that must be copied (taller than one read) go into memory
+    // kept from band to band: made anew, a window of a thousand rows would
+    // be faulted in anew for every band.
+    ScratchPool<SampleBuffer<unsigned char>> byteWindows;
+    ScratchPool<SampleBuffer<float>> floatWindows;
+
+    template <typename T>
+    ScratchPool<SampleBuffer<T>>& windows()
+    {
+        if constexpr (std::is_same_v<T, float>)
+            return floatWindows;
+        else
+            return byteWindows;
+    }
 };
+
+// image as a view of width x height pixels at pixels, which it does not own.
+template <typename T>
+void wrapPixels(T* pixels, int width, int height, int channels, FlexImage<T>* image)
+{
+    image->clear();
+    image->ownsPixels = false;
+    image->pixels = pixels;
+    image->width = width;
+    image->height = height;
+    image->channels = channels;
+}
 
 template <typename T>
 void wrapRows(VipsRegion* region, VipsRect const& area, FlexImage<T>* image)
 {
-    image->clear();
-    image->ownsPixels = false;
-    image->pixels = reinterpret_cast<T*>(VIPS_REGION_ADDR(region, area.left, area.top));
-    image->width = area.width;
-    image->height = area.height;
-    image->channels = region->im->Bands;
+    wrapPixels(reinterpret_cast<T*>(VIPS_REGION_ADDR(region, area.left, area.top)), area.width, area.height,
+               region->im->Bands, image);
 }
 
 bool isContiguous(VipsRegion* region, VipsRect const& area)
@@ -63,9 +88,10 @@ bool prepare(VipsRegion* in, VipsRect const& area, StreamedRender* render)
 }
 
 // The photo's rows of context into window: in place when they come in one
-// piece, else copied.
+// piece, else copied into memory.
 template <typename T>
-bool readWindow(VipsRegion* in, VipsRect const& context, StreamedRender* render, FlexImage<T>* window)
+bool readWindow(VipsRegion* in, VipsRect const& context, StreamedRender* render, SampleBuffer<T>* memory,
+                FlexImage<T>* window)
 {
     bool const inOneRead = context.height <= windowStripRows;
     if (inOneRead) {
@@ -76,7 +102,9 @@ bool readWindow(VipsRegion* in, VipsRect const& context, StreamedRender* render,
             return true;
         }
     }
-    window->reshape(context.width, context.height, in->im->Bands);
+    int const channels = in->im->Bands;
+    wrapPixels(memory->atLeast(size_t(context.width) * size_t(context.height) * size_t(channels)), context.width,
+               context.height, channels, window);
     size_t const rowBytes = size_t(context.width) * VIPS_IMAGE_SIZEOF_PEL(in->im);
     for (int first = 0; first < context.height; first += windowStripRows) {
         int const rows = std::min(windowStripRows, context.height - first);
@@ -98,8 +126,9 @@ int renderRows(VipsRegion* out, VipsRegion* in, StreamedRender* render)
     int const halo = render->bands->haloRadius();
     int const top = std::max(0, wanted.top - halo);
     VipsRect const context{0, top, width, std::min(height, wanted.top + wanted.height + halo) - top};
+    auto const windowMemory = render->windows<T>().lease();
     FlexImage<T> window;
-    if (render->cancelled || !readWindow(in, context, render, &window))
+    if (render->cancelled || !readWindow(in, context, render, &*windowMemory, &window))
         return -1;
     // The band is rendered across the whole width; a narrower request (the
     // savers ask for whole rows) takes its part of it.

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "core/ParallelDispatch.h"
+#include "core/SampleMemory.h"
 #include "core/ScratchPool.h"
 #include "mods/ImageModderMulti.h"
 #include "mods/TileRows.h"
@@ -19,11 +20,31 @@ constexpr int minimumTileEdge = 256;
 // read twice under an eighth of those made.
 constexpr int bandRowsPerHaloPixel = 16;
 
+// A working tile over memory that is kept from tile to tile at the largest
+// size any tile needed: tiles of a band differ in size at the picture's
+// edges, and a buffer made anew for each size is faulted in anew.
+struct WorkingTile
+{
+    SampleBuffer<float> memory;
+    FlexImage<float> image;
+
+    FlexImage<float>& shaped(int width, int height)
+    {
+        image.clear();
+        image.channels = 3;
+        image.width = width;
+        image.height = height;
+        image.pixels = memory.atLeast(size_t(std::max(width, 0)) * size_t(std::max(height, 0)) * 3);
+        image.ownsPixels = false;
+        return image;
+    }
+};
+
 // Never destroyed: bands may still render on worker threads while the
 // program ends.
-ScratchPool<FlexImage<float>>& tilePool()
+ScratchPool<WorkingTile>& tilePool()
 {
-    static auto* pool = new ScratchPool<FlexImage<float>>();
+    static auto* pool = new ScratchPool<WorkingTile>();
     return *pool;
 }
 
@@ -94,9 +115,7 @@ void ImageModderBands::renderTile(FlexImage<T> const& window, int windowTop, int
 
     // Working tiles are reused from band to band.
     auto const lease = tilePool().lease();
-    FlexImage<float>& tile = *lease;
-    tile.channels = 3;
-    tile.ensureSize(readRight - readX, readBottom - readY);
+    FlexImage<float>& tile = lease->shaped(readRight - readX, readBottom - readY);
     for (int row = 0; row < tile.height; ++row)
         widenRow(window.pixelAt(readX, readY + row - windowTop), channels, tile.pixelAt(0, row), tile.width);
 

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <vector>
 
+#include "core/SampleMemory.h"
 #include "core/ScratchPool.h"
 #include "imaging/WidestVectors.h"
 #include "mods/UsedRegion.h"
@@ -37,8 +38,7 @@ inline float quantised(float v, double scale)
     return whole + float(exact - whole >= 0.5f);
 }
 
-// Scratch planes lent out for each blur: a blur of a large tile needs tens
-// of megabytes, and fresh pages cost more to fault in than the blur itself.
+// Growing scratch of a plain vector (its contents may be kept).
 template <typename Value>
 Value* scratch(std::vector<Value>& keep, size_t count)
 {
@@ -47,12 +47,14 @@ Value* scratch(std::vector<Value>& keep, size_t count)
     return keep.data();
 }
 
-// The scratch of one blur.
+// Scratch planes lent out for each blur: a blur of a large tile needs tens
+// of megabytes, and fresh pages cost more to fault in than the blur itself.
+// They grow without copying or clearing what they held.
 struct BlurScratch
 {
-    std::vector<float> plane;
-    std::vector<float> blurred;
-    std::vector<float> radii;
+    SampleBuffer<float> plane;
+    SampleBuffer<float> blurred;
+    SampleBuffer<float> radii;
     std::vector<double> sums;
 };
 
@@ -787,8 +789,8 @@ void runningSeparableBlur(FlexImage<T>* image, PiecewiseKernel const& kernel)
     size_t const samples = size_t(read.width()) * read.height() * channels;
     auto const lease = blurScratchPool().lease();
     BlurScratch& keep = *lease;
-    float* plane = scratch(keep.plane, samples);
-    float* blurred = scratch(keep.blurred, samples);
+    float* plane = keep.plane.atLeast(samples);
+    float* blurred = keep.blurred.atLeast(samples);
     // Rows: with rows and columns exchanged, each row of the picture is a
     // column of the plane, and the pass is a sweep down the plane's rows.
     exchangeRowsAndColumns(image->pixelAt(read.left, read.top), imageStride, read.height(), read.width(), channels,
@@ -817,9 +819,9 @@ void runningVariableBlur(FlexImage<T>* image, float const* radii, BlurMethod met
     size_t const samples = size_t(read.width()) * read.height() * channels;
     auto const lease = blurScratchPool().lease();
     BlurScratch& keep = *lease;
-    float* plane = scratch(keep.plane, samples);
-    float* blurred = scratch(keep.blurred, samples);
-    float* columnRadii = scratch(keep.radii, size_t(used.width()) * read.height());
+    float* plane = keep.plane.atLeast(samples);
+    float* blurred = keep.blurred.atLeast(samples);
+    float* columnRadii = keep.radii.atLeast(size_t(used.width()) * read.height());
     // Rows: the used columns of every row the columns pass reads.
     size_t const rowSamples = size_t(read.width()) * channels;
     for (int y = read.top; y < read.bottom; ++y) {
