@@ -57,22 +57,26 @@ inline float pick(bool condition, float whenTrue, float whenFalse)
 // 2^y: 2^n for the nearest whole n, built from its bits, times 2^f for f in
 // [-0.5, 0.5] from its Taylor series. Below 2^-126 the answer is 0 (what a
 // sample needs; denormals would only slow the loop), above 2^127 it stays
-// at 2^127.
+// at 2^127. What is not a number comes from 1^inf (inf x log2 1), which is
+// 1. The nearest whole number comes from adding 1.5 x 2^23, which leaves
+// it in the low bits of the sum and rounds y there: no conversion and no
+// select, where a floor would take both.
 inline float exp2Bounded(float y)
 {
-    // Plain comparisons, not fmin/fmax: those stay library calls. NaN comes
-    // from 1^inf (inf x log2 1), which is 1: 2^0.
-    y = y == y ? y : 0.0f;
-    float const wanted = y;
-    y = y < -126.0f ? -126.0f : (y > 127.0f ? 127.0f : y);
-    float const shifted = y + 0.5f;
-    int32_t n = int32_t(shifted);
-    n -= int32_t(float(n) > shifted); // floor, also for negative values
-    float const f = (y - float(n)) * 0.6931471806f;
+    bool const isNumber = y == y;
+    bool const inRange = y > -126.0f;
+    // Plain comparisons, not fmin/fmax: those stay library calls.
+    float const below = y < 127.0f ? y : 127.0f;
+    float const bounded = below > -126.0f ? below : -126.0f;
+    constexpr float roundingShift = 12582912.0f; // 1.5 x 2^23
+    float const shifted = bounded + roundingShift;
+    float const whole = shifted - roundingShift;
+    int32_t const n = int32_t(bitsOf(shifted) - bitsOf(roundingShift));
+    float const f = (bounded - whole) * 0.6931471806f;
     float const series =
         1.0f + f * (1.0f + f * (0.5f + f * (0.1666666667f + f * (0.0416666667f + f * (0.0083333333f + f * 0.0013888889f)))));
     float const scaled = series * fromBits(uint32_t(n + 127) << 23);
-    return pick(wanted > -126.0f, scaled, 0.0f);
+    return pick(inRange, scaled, pick(isNumber, 0.0f, 1.0f));
 }
 
 // x^y for x >= 0 (0^y is 0 for y > 0, 1 for y = 0).

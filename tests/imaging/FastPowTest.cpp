@@ -60,3 +60,25 @@ TEST(FastPow, EdgesFollowTheLibrary)
     // 8-bit samples keep the library's pow, so their tables do not change.
     EXPECT_EQ(samplePow<unsigned char>(0.3f, 1.7f), std::pow(0.3f, 1.7f));
 }
+
+// 2^y is exact at whole y, close at the halves (where the whole part is
+// rounded either way) and everywhere between, 0 below the normal floats,
+// held at 2^127 above, and 1 for what is not a number.
+TEST(FastPow, PowersOfTwoAcrossTheWholeRange)
+{
+    for (int n = -125; n <= 127; ++n)
+        EXPECT_EQ(fastPow::exp2Bounded(float(n)), std::ldexp(1.0f, n)) << "y = " << n;
+    double worst = 0.0;
+    for (float y = -125.75f; y < 127.0f; y += 0.0625f) {
+        double const exact = std::exp2(double(y));
+        worst = std::max(worst, std::fabs(double(fastPow::exp2Bounded(y)) - exact) / exact);
+    }
+    EXPECT_LT(worst, 3e-7);
+    float const inf = std::numeric_limits<float>::infinity();
+    EXPECT_EQ(fastPow::exp2Bounded(-126.0f), 0.0f);
+    EXPECT_EQ(fastPow::exp2Bounded(-1000.0f), 0.0f);
+    EXPECT_EQ(fastPow::exp2Bounded(-inf), 0.0f);
+    EXPECT_EQ(fastPow::exp2Bounded(200.0f), std::ldexp(1.0f, 127));
+    EXPECT_EQ(fastPow::exp2Bounded(inf), std::ldexp(1.0f, 127));
+    EXPECT_EQ(fastPow::exp2Bounded(std::numeric_limits<float>::quiet_NaN()), 1.0f);
+}
