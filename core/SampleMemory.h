@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 
 // Memory for image samples. Large buffers (full-size photos) are aligned to
@@ -15,9 +16,12 @@ T* allocateSamples(size_t count)
     return static_cast<T*>(allocateSampleMemory(count * sizeof(T)));
 }
 
-// Scratch samples reused from task to task: grows to the largest count asked
-// for, without copying or clearing (what a scratch plane holds is written
-// before it is read), and keeps that size.
+// Scratch samples reused from task to task: grows, without copying or
+// clearing (what a scratch plane holds is written before it is read), to
+// at least twice what it held, and keeps that size. Tasks ask for a few
+// different sizes (tiles at a picture's edges are smaller), and every new
+// buffer is faulted in anew; pages never written are never made resident,
+// so the room to spare costs no memory.
 template <typename T>
 class SampleBuffer
 {
@@ -30,11 +34,12 @@ public:
     T* atLeast(size_t count)
     {
         if (count > capacity) {
+            size_t const grown = std::max(count, 2 * capacity);
             freeSampleMemory(memory);
             memory = nullptr;
             capacity = 0;
-            memory = allocateSamples<T>(count);
-            capacity = count;
+            memory = allocateSamples<T>(grown);
+            capacity = grown;
         }
         return memory;
     }

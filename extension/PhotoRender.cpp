@@ -48,23 +48,11 @@ struct StreamedRender
     }
 };
 
-// image as a view of width x height pixels at pixels, which it does not own.
-template <typename T>
-void wrapPixels(T* pixels, int width, int height, int channels, FlexImage<T>* image)
-{
-    image->clear();
-    image->ownsPixels = false;
-    image->pixels = pixels;
-    image->width = width;
-    image->height = height;
-    image->channels = channels;
-}
-
 template <typename T>
 void wrapRows(VipsRegion* region, VipsRect const& area, FlexImage<T>* image)
 {
-    wrapPixels(reinterpret_cast<T*>(VIPS_REGION_ADDR(region, area.left, area.top)), area.width, area.height,
-               region->im->Bands, image);
+    image->viewOf(reinterpret_cast<T*>(VIPS_REGION_ADDR(region, area.left, area.top)), area.width, area.height,
+                  region->im->Bands);
 }
 
 bool isContiguous(VipsRegion* region, VipsRect const& area)
@@ -103,8 +91,8 @@ bool readWindow(VipsRegion* in, VipsRect const& context, StreamedRender* render,
         }
     }
     int const channels = in->im->Bands;
-    wrapPixels(memory->atLeast(size_t(context.width) * size_t(context.height) * size_t(channels)), context.width,
-               context.height, channels, window);
+    window->viewOf(memory->atLeast(size_t(context.width) * size_t(context.height) * size_t(channels)), context.width,
+                   context.height, channels);
     size_t const rowBytes = size_t(context.width) * VIPS_IMAGE_SIZEOF_PEL(in->im);
     for (int first = 0; first < context.height; first += windowStripRows) {
         int const rows = std::min(windowStripRows, context.height - first);

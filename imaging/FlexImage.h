@@ -93,6 +93,18 @@ public:
         setOpaqueAlphaIfFloat();
     }
 
+    // Becomes a view of w x h pixels of c channels at samples, which it does
+    // not own and never frees: memory kept elsewhere from use to use.
+    void viewOf(T* samples, int32_t w, int32_t h, int32_t c)
+    {
+        clear();
+        ownsPixels = false;
+        pixels = samples;
+        width = w;
+        height = h;
+        channels = c;
+    }
+
     // Exchanges pixels, shape and frame with other (no sample is copied).
     void swapWith(FlexImage& other)
     {

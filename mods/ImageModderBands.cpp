@@ -30,12 +30,7 @@ struct WorkingTile
 
     FlexImage<float>& shaped(int width, int height)
     {
-        image.clear();
-        image.channels = 3;
-        image.width = width;
-        image.height = height;
-        image.pixels = memory.atLeast(size_t(std::max(width, 0)) * size_t(std::max(height, 0)) * 3);
-        image.ownsPixels = false;
+        image.viewOf(memory.atLeast(size_t(std::max(width, 0)) * size_t(std::max(height, 0)) * 3), width, height, 3);
         return image;
     }
 };

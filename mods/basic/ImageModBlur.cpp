@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "core/SampleMemory.h"
+#include "core/ScratchPool.h"
 #include "mods/basic/BlurKernels.h"
 #include "mods/basic/RunningBlur.h"
 
@@ -38,6 +40,21 @@ int ImageModBlur::getExtraPixelRadiusRequired(int width, int height, float)
     return int(std::ceil(extentFor(std::max(width, height))));
 }
 
+namespace {
+
+// The picture before the blur, kept for the mix, in memory kept from tile to
+// tile: a tile-sized buffer made anew for every tile is faulted in anew.
+// Never destroyed: blurs may still run on worker threads while the program
+// ends.
+template <typename T>
+ScratchPool<SampleBuffer<T>>& originalsPool()
+{
+    static auto* pool = new ScratchPool<SampleBuffer<T>>();
+    return *pool;
+}
+
+} // namespace
+
 template <typename T>
 void ImageModBlur::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
 {
@@ -52,9 +69,12 @@ void ImageModBlur::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
     if (mix == 0.0f || r == 0 || m < BlurGaussian || m > BlurCircle)
         return;
 
+    auto const originalMemory = originalsPool<T>().lease();
     FlexImage<T> original;
-    if (mix < 1.0f)
+    if (mix < 1.0f) {
+        original.viewOf(originalMemory->atLeast(image->sampleCount()), image->width, image->height, image->channels);
         original.copyFromImage(*image, true);
+    }
     // Small kernels run directly; larger ones by running sums, whose cost
     // does not grow with the radius (the disc's by row spans, O(r)).
     GrowArray<float> kernel;
