@@ -38,15 +38,6 @@ inline float quantised(float v, double scale)
     return whole + float(exact - whole >= 0.5f);
 }
 
-// Growing scratch of a plain vector (its contents may be kept).
-template <typename Value>
-Value* scratch(std::vector<Value>& keep, size_t count)
-{
-    if (keep.size() < count)
-        keep.resize(count);
-    return keep.data();
-}
-
 // Scratch planes lent out for each blur: a blur of a large tile needs tens
 // of megabytes, and fresh pages cost more to fault in than the blur itself.
 // They grow without copying or clearing what they held.
@@ -55,7 +46,7 @@ struct BlurScratch
     SampleBuffer<float> plane;
     SampleBuffer<float> blurred;
     SampleBuffer<float> radii;
-    std::vector<double> sums;
+    SampleBuffer<double> sums;
 };
 
 // Never destroyed: blurs may still run on worker threads while the program
@@ -317,9 +308,9 @@ WIDEST_VECTORS void sweepStrip(float const* in, size_t rowLength, size_t width, 
 // over a row unroll over the pieces and vectorise.
 template <int Pieces>
 void sweepRows(float const* in, size_t rowLength, int rows, int from, int to, PiecewiseKernel const& k,
-               double scale, std::vector<double>& sumsScratch, float* out)
+               double scale, SampleBuffer<double>& sumsScratch, float* out)
 {
-    double* sums = scratch(sumsScratch, size_t(3 * Pieces) * sweepStripWidth);
+    double* sums = sumsScratch.atLeast(size_t(3 * Pieces) * sweepStripWidth);
     SweepWeights<Pieces> const weights(k, scale);
     for (size_t first = 0; first < rowLength; first += sweepStripWidth)
         sweepStrip<Pieces>(in + first, rowLength, std::min(sweepStripWidth, rowLength - first), rows, from, to, k,
@@ -327,7 +318,7 @@ void sweepRows(float const* in, size_t rowLength, int rows, int from, int to, Pi
 }
 
 void sweepRows(float const* in, size_t rowLength, int rows, int from, int to, PiecewiseKernel const& k, double scale,
-               std::vector<double>& sumsScratch, float* out)
+               SampleBuffer<double>& sumsScratch, float* out)
 {
     if (k.count == 3)
         sweepRows<3>(in, rowLength, rows, from, to, k, scale, sumsScratch, out);
@@ -585,7 +576,6 @@ int reachOfLargest(float const* radii, size_t count)
         largest = radii[i] > largest ? radii[i] : largest;
     return int(std::ceil(std::min(largest, 1.0e6f)));
 }
-
 
 // --- discs from row spans ------------------------------------------------
 
