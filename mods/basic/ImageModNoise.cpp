@@ -125,8 +125,9 @@ public:
             octaves[size_t(2 * f)].along(y, coarseOctave.data());
             octaves[size_t(2 * f + 1)].along(valueNoise::fineOctave * y, fineOctave.data());
             float* out = &values[size_t(f) * size_t(width)];
-            for (int col = 0; col < width; ++col)
-                out[col] = valueNoise::grainFrom(coarseOctave[col], fineOctave[col]);
+            float const* coarse = coarseOctave.data();
+            float const* fine = fineOctave.data();
+            widestLoop(width, [=](int col) { out[col] = valueNoise::grainFrom(coarse[col], fine[col]); });
         }
     }
 
@@ -198,8 +199,7 @@ void addAdditiveGrainAlongRow(T* row, int width, int mode, GrainFields const& fi
     float const* f0 = fields.field(0);
     float const* f1 = mode == 2 ? f0 : fields.field(1);
     float const* f2 = mode == 2 ? f0 : fields.field(2);
-    for (int col = 0; col < width; ++col)
-        mixGrains(mode, f0[col], f1[col], f2[col], grains + 3 * size_t(col));
+    widestLoop(width, [=](int col) { mixGrains(mode, f0[col], f1[col], f2[col], grains + 3 * size_t(col)); });
     widestLoop(3 * width, [row, grains, sampleWeights, amplitude](int i) {
         row[i] = FlexImage<T>::storeSample(clamp255(float(row[i]) + grains[i] * amplitude * sampleWeights[i]));
     });

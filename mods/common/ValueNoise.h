@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "imaging/WidestVectors.h"
+
 // Smooth value noise over the plane, shared by the grain and the uneven
 // discolouring: hashed lattice values blended with cosine weights, so the
 // field is continuous everywhere and the same whatever tile asks for it.
@@ -39,11 +41,11 @@ LatticeStep latticeStep(double v);
 // numbers, so that loops over rows of steps vectorise.
 inline float octaveAt(int32_t ix, float wx, int32_t iy, float wy)
 {
-    // Down each lattice column first, then across: a row of pixels in one
-    // lattice row then blends each column once (see OctaveRows).
-    float const left = latticeValue(ix, iy) * (1.0f - wy) + latticeValue(ix, iy + 1) * wy;
-    float const right = latticeValue(ix + 1, iy) * (1.0f - wy) + latticeValue(ix + 1, iy + 1) * wy;
-    return left * (1.0f - wx) + right * wx;
+    // Along each lattice row first, then between the two: a row of pixels
+    // in one lattice row then reads the lattice once (see OctaveRows).
+    float const upper = latticeValue(ix, iy) * (1.0f - wx) + latticeValue(ix + 1, iy) * wx;
+    float const lower = latticeValue(ix, iy + 1) * (1.0f - wx) + latticeValue(ix + 1, iy + 1) * wx;
+    return upper * (1.0f - wy) + lower * wy;
 }
 
 // One octave at a noise-space position.
@@ -74,37 +76,35 @@ public:
     {
         LatticeStep const row = latticeStep(y);
         int const width = int(cells.size());
-        if (top.empty()) {
+        if (hashes.empty()) {
             for (int col = 0; col < width; ++col)
                 out[col] = octaveAt(cells[size_t(col)], weights[size_t(col)], row.cell, row.weight);
             return;
         }
-        if (!filled || row.cell != latticeRow)
-            hashLatticeRows(row.cell);
-        // The same arithmetic as octaveAt, reading the hashes: the two
-        // lattice rows blended once per cell, then along the row.
-        for (size_t k = 0; k < top.size(); ++k)
-            blended[k] = top[k] * (1.0f - row.weight) + bottom[k] * row.weight;
-        for (int col = 0; col < width; ++col) {
-            size_t const k = size_t(cells[size_t(col)] - first);
-            float const wx = weights[size_t(col)];
-            out[col] = blended[k] * (1.0f - wx) + blended[k + 1] * wx;
-        }
+        moveToLatticeRow(row.cell);
+        // The same arithmetic as octaveAt: between the two lattice rows,
+        // already blended along themselves.
+        float const* top = upper.data();
+        float const* bottom = lower.data();
+        float const wy = row.weight;
+        widestLoop(width, [=](int col) { out[col] = top[col] * (1.0f - wy) + bottom[col] * wy; });
     }
 
 private:
     std::vector<int32_t> cells;
     std::vector<float> weights;
     // Where the columns fall in few lattice cells (coarse noise over a wide
-    // row), the values of the row's two lattice rows, hashed once per cell
-    // instead of four times a pixel, and kept while the next row stays in
-    // the same lattice row; empty where they do not.
+    // row), each lattice row the pixels meet is hashed once per cell and
+    // blended along the columns once, instead of four hashes a pixel on
+    // every row: upper and lower hold the two lattice rows around the
+    // current row, kept while the rows stay between them. Empty where the
+    // columns spread over many cells.
     int32_t first = 0;
     int32_t latticeRow = 0;
     bool filled = false;
-    std::vector<float> top;
-    std::vector<float> bottom;
-    std::vector<float> blended;
+    std::vector<float> hashes;
+    std::vector<float> upper;
+    std::vector<float> lower;
 
     void keepLatticeRowsIfFew()
     {
@@ -118,20 +118,41 @@ private:
         if (span > int64_t(cells.size()))
             return;
         first = *low;
-        top.resize(size_t(span));
-        bottom.resize(size_t(span));
-        blended.resize(size_t(span));
+        hashes.resize(size_t(span));
+        upper.resize(cells.size());
+        lower.resize(cells.size());
     }
 
-    void hashLatticeRows(int32_t cell)
+    void moveToLatticeRow(int32_t cell)
     {
-        for (size_t k = 0; k < top.size(); ++k) {
-            int32_t const column = int32_t(uint32_t(first) + uint32_t(k));
-            top[k] = latticeValue(column, cell);
-            bottom[k] = latticeValue(column, cell + 1);
-        }
+        if (filled && cell == latticeRow)
+            return;
+        // Walking down the picture, the lower lattice row becomes the upper.
+        if (filled && cell == int32_t(uint32_t(latticeRow) + 1u))
+            upper.swap(lower);
+        else
+            blendLatticeRow(cell, upper.data());
+        blendLatticeRow(int32_t(uint32_t(cell) + 1u), lower.data());
         latticeRow = cell;
         filled = true;
+    }
+
+    // Lattice row `cell` along the columns, into out.
+    void blendLatticeRow(int32_t cell, float* out)
+    {
+        for (size_t k = 0; k < hashes.size(); ++k)
+            hashes[k] = latticeValue(int32_t(uint32_t(first) + uint32_t(k)), cell);
+        // The lattice reads are gathers: a loop of them vectorises only
+        // where the widest vectors have them.
+        float const* lattice = hashes.data();
+        int32_t const* columnCell = cells.data();
+        float const* weight = weights.data();
+        int32_t const base = first;
+        widestLoop(int(cells.size()), [=](int col) {
+            int32_t const k = columnCell[col] - base;
+            float const wx = weight[col];
+            out[col] = lattice[k] * (1.0f - wx) + lattice[k + 1] * wx;
+        });
     }
 };
 
