@@ -97,8 +97,8 @@ public:
                 table[v] = rule(float(v));
             made = true;
         }
-        for (size_t i = 0; i < n; ++i)
-            samples[i] = table[int(samples[i])];
+        float const* levels = table;
+        widestLoop(n, [samples, levels](size_t i) { samples[i] = levels[int(samples[i])]; });
         return true;
     }
 
@@ -117,11 +117,15 @@ private:
         uint32_t differ = 0;
         for (size_t i = 0; i < first; ++i)
             differ |= differenceFromLevel(samples[i]);
-        if (differ != 0)
-            return false;
-        for (size_t i = first; i < n; ++i)
+        return differ == 0 && differencesFromLevels(samples + first, n - first) == 0;
+    }
+
+    WIDEST_VECTORS static uint32_t differencesFromLevels(float const* samples, size_t n)
+    {
+        uint32_t differ = 0;
+        for (size_t i = 0; i < n; ++i)
             differ |= differenceFromLevel(samples[i]);
-        return differ == 0;
+        return differ;
     }
 
     // The bits in which v differs from the whole level nearest below it
