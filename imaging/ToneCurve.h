@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "core/GrowArray.h"
 #include "core/GrowString.h"
 
@@ -70,6 +72,10 @@ public:
 private:
     GrowArray<Point2D> controlPoints;
     GrowArray<float> table;
+    // Entry i's bits, and entry i + 1's above them, for every i: the lookup
+    // over many samples reads both neighbours of a position in one load.
+    GrowArray<uint64_t> neighbours;
 
     void normaliseEnds();
+    void pairNeighbours();
 };
