@@ -11,6 +11,41 @@ GrowArray<GrowString> colourMethodLabels()
     return labelList({"Colorize", "Tint", "Color Filter", "Dye", "Color Balance", "Screen", "Multiply"});
 }
 
+namespace {
+
+// Colorize moves a pixel by the colour's (or, for a negative shift, the
+// complement's) deviation from its own grey, times the size of the shift:
+// the same arithmetic as colourRules::colorizeOffsets, with the two sides'
+// deviations worked out once. The offsets are laid out sample by sample
+// (scratch holds 3 x count), so both loops are plain and vectorise.
+template <typename T>
+void colorizeRow(T* row, int count, float const* shifts, OVRGBColor colour, OVRGBColor complement, float* scratch)
+{
+    auto deviations = [](OVRGBColor const& k, double* out) {
+        double const mean = (double(k.red) + k.green + k.blue) * (1.0 / 3.0);
+        out[0] = k.red - mean;
+        out[1] = k.green - mean;
+        out[2] = k.blue - mean;
+    };
+    double toward[3];
+    double away[3];
+    deviations(colour, toward);
+    deviations(complement, away);
+    float* const offsets = scratch;
+    widestLoop(count, [=, &toward, &away](int x) {
+        float const w = shifts[x];
+        bool const positive = w >= 0.0f;
+        double const a = double(positive ? w : -w);
+        for (int c = 0; c < 3; ++c)
+            offsets[3 * x + c] = float((positive ? toward[c] : away[c]) * a);
+    });
+    widestLoop(3 * count, [=](int i) {
+        row[i] = FlexImage<T>::storeSample(colourRules::clampChannel(float(row[i]) + offsets[i]));
+    });
+}
+
+} // namespace
+
 template <typename T>
 void colourByLuminance(FlexImage<T>* image, ToneCurve const& weight, OVRGBColor colour, float amount, int method)
 {
@@ -22,20 +57,28 @@ void colourByLuminance(FlexImage<T>* image, ToneCurve const& weight, OVRGBColor 
     int const channels = image->channels;
     // A row's luminances first (in a loop that vectorises), then their
     // strengths along the curve, then the pixels.
-    std::vector<float> strengths(size_t(std::max(image->width, 0)));
+    size_t const width = size_t(std::max(image->width, 0));
+    std::vector<float> strengths(width);
+    std::vector<float> scratch(3 * width);
     colourRules::withMethod(method, [&](auto m) {
         forEachUsedRow(image, [&](int, int, T* row, int count) {
-            rowLuminances(row, count, channels, strengths.data());
+            float* const shifts = strengths.data();
+            rowLuminances(row, count, channels, shifts);
             // The shift the curve gives at each luminance: the curve is
             // centred on 0.5, which shifts nothing; 1 is the full colour and
             // 0 the full complement (so one curve can warm the shadows and
             // cool the highlights). The lookups in one vectorised loop.
-            weight.lookupChannels(strengths.data(), count, 1.0f);
-            for (int x = 0; x < count; ++x)
-                strengths[size_t(x)] = (strengths[size_t(x)] - 0.5f) * 2.0f * amount;
+            weight.lookupChannels(shifts, count, 1.0f);
+            widestLoop(count, [shifts, amount](int x) { shifts[x] = (shifts[x] - 0.5f) * 2.0f * amount; });
+            if constexpr (decltype(m)::value == colourRules::Colorize) {
+                if (channels == 3) {
+                    colorizeRow(row, count, shifts, colour, complement, scratch.data());
+                    return;
+                }
+            }
             for (int x = 0; x < count; ++x) {
                 T* p = row + size_t(x) * channels;
-                float const w = strengths[size_t(x)];
+                float const w = shifts[x];
                 float rgb[3] = {float(p[0]), float(p[1]), float(p[2])};
                 if (w >= 0.0f)
                     colourRules::applyMethod<decltype(m)::value>(rgb, colour, dye, w);

@@ -159,6 +159,27 @@ TEST(ColourFilters, ColouringGivesEachPixelOfARowItsOwnStrength)
             EXPECT_NEAR(row.pixelAt(x, 0)[c], expected[x], 0.1f) << "pixel " << x;
 }
 
+// Colorize by a curve: red (255, 0, 0) is 170 above its grey of 85 in red
+// and 85 below it in green and blue; its complement (0, 255, 255) the
+// opposite. Shifts of -0.6 (grey 51), 0.2 (153) and 0.6 (204) give
+// 51 + (-102, 51, 51), 153 + (34, -17, -17) and 204 + (102, -51, -51),
+// clamped to 0..255. A row of 40 pixels, so that every part of a loop over
+// blocks of samples is crossed.
+TEST(ColourFilters, ColorizeByCurveMovesEachPixelByItsSidesDeviation)
+{
+    ImageModColorizeCurve rising("0 0 1 1", OVRGBColor(255.0f, 0.0f, 0.0f), 1.0f, 0);
+    float const greys[3] = {51.0f, 153.0f, 204.0f};
+    float const expected[3][3] = {{0.0f, 102.0f, 102.0f}, {187.0f, 136.0f, 136.0f}, {255.0f, 153.0f, 153.0f}};
+    int const width = 40;
+    FlexImage<float> row(width, 1, 3);
+    for (int x = 0; x < width; ++x)
+        std::fill(row.pixelAt(x, 0), row.pixelAt(x, 0) + 3, greys[x % 3]);
+    rising.applyMod(&row, nullptr);
+    for (int x = 0; x < width; ++x)
+        for (int c = 0; c < 3; ++c)
+            EXPECT_NEAR(row.pixelAt(x, 0)[c], expected[x % 3][c], 0.1f) << "pixel " << x << " channel " << c;
+}
+
 // A dye of hue h and saturation s at value v is v (1 - s (1 - shape)) per
 // channel, shape being where the channel sits between the hue's smallest
 // (0) and largest (1) component. The six orders of the components (255,
