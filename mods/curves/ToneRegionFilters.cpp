@@ -14,55 +14,30 @@ GrowArray<Point2D> pointList(std::initializer_list<Point2D> points)
 }
 
 // Each pixel's HSV value moved a of the way to the curve, hue and
-// saturation kept, over a block of pixels (reds, greens and blues apart):
-// every pixel to HSV, the values through the curve, and back, each in a
-// loop without branches (the sides worked out and picked), with the
-// arithmetic of OVRGBColor's toHSV and fromHSV.
+// saturation kept, over a block of pixels (reds, greens and blues apart).
+// A colour's channels are all proportional to its value at a fixed hue and
+// saturation, so the move is a scaling of the pixel by the new value over
+// the old: no trip to HSV and back. Black, whose value is 0, has no hue and
+// becomes the grey of its new value.
 void moveValuesTowardCurve(float* red, float* green, float* blue, int count, ToneCurve const& curve, float a)
 {
-    float hues[colourBlockPixels];
-    float saturations[colourBlockPixels];
     float values[colourBlockPixels];
     float curved[colourBlockPixels];
-    widestLoop(count, [=, &hues, &saturations, &values, &curved](int i) {
-        float const r = float(double(red[i]) * (1.0 / 255.0));
-        float const g = float(double(green[i]) * (1.0 / 255.0));
-        float const b = float(double(blue[i]) * (1.0 / 255.0));
-        float const gb = g > b ? g : b;
-        float const max = r > gb ? r : gb;
-        float const gbLow = g < b ? g : b;
-        float const min = r < gbLow ? r : gbLow;
-        float const d = max - min;
-        bool const redTop = r == max;
-        bool const greenTop = !redTop && g == max;
-        float const rise = redTop ? g - b : (greenTop ? b - r : r - g);
-        float const from = redTop ? 0.0f : (greenTop ? 120.0f : 240.0f);
-        float hue = d != 0.0f ? rise * 60.0f / d + from : 0.0f;
-        hue = hue < 0.0f ? hue + 360.0f : hue;
-        hue = hue >= 360.0f ? hue - 360.0f : hue;
-        hues[i] = hue;
-        saturations[i] = d != 0.0f ? d / max : 0.0f;
-        values[i] = max;
-        curved[i] = max;
+    widestLoop(count, [=, &values, &curved](int i) {
+        float const gb = green[i] > blue[i] ? green[i] : blue[i];
+        float const max = red[i] > gb ? red[i] : gb;
+        values[i] = float(double(max) * (1.0 / 255.0));
+        curved[i] = values[i];
     });
     curve.lookupValues(curved, count);
-    widestLoop(count, [=, &hues, &saturations, &values, &curved](int i) {
-        float const v = (curved[i] - values[i]) * a + values[i];
-        float const s = saturations[i];
-        float const x = float(double(hues[i]) * (1.0 / 360.0)) * 6.0f;
-        float const sector = std::floor(x);
-        float const f = x - sector;
-        // A saturation of 0 gives v in every channel through these too.
-        float const p = (1.0f - s) * v;
-        float const q = (1.0f - f * s) * v;
-        float const t = ((f - 1.0f) * s + 1.0f) * v;
-        int const k = int(sector);
-        float const r = k == 0 ? v : (k == 1 ? q : (k == 2 || k == 3 ? p : (k == 4 ? t : v)));
-        float const g = k == 0 ? t : (k == 1 || k == 2 ? v : (k == 3 ? q : p));
-        float const b = k == 0 || k == 1 ? p : (k == 2 ? t : (k == 3 || k == 4 ? v : q));
-        red[i] = r * 255.0f;
-        green[i] = g * 255.0f;
-        blue[i] = b * 255.0f;
+    widestLoop(count, [=, &values, &curved](int i) {
+        float const v = values[i];
+        float const moved = (curved[i] - v) * a + v;
+        bool const black = v == 0.0f;
+        float const scale = moved / (black ? 1.0f : v);
+        red[i] = black ? moved * 255.0f : red[i] * scale;
+        green[i] = black ? moved * 255.0f : green[i] * scale;
+        blue[i] = black ? moved * 255.0f : blue[i] * scale;
     });
 }
 
