@@ -44,11 +44,12 @@ void resize(GrowArray<float>* out, int count)
 template <typename T>
 void padRow(T const* row, int width, int channels, int r, float* padded)
 {
-    for (int x = -r; x < width + r; ++x) {
-        T const* p = row + size_t(std::clamp(x, 0, width - 1)) * channels;
-        float* q = padded + size_t(x + r) * channels;
-        for (int c = 0; c < channels; ++c)
-            q[c] = float(p[c]);
+    float* const middle = padded + size_t(r) * channels;
+    widestLoop(size_t(width) * channels, [row, middle](size_t i) { middle[i] = float(row[i]); });
+    float* const lastPixel = middle + size_t(width - 1) * channels;
+    for (int x = 1; x <= r; ++x) {
+        std::copy(middle, middle + channels, middle - size_t(x) * channels);
+        std::copy(lastPixel, lastPixel + channels, lastPixel + size_t(x) * channels);
     }
 }
 
@@ -76,8 +77,7 @@ WIDEST_VECTORS void accumulateSymmetric(float const* const* taps, float const* k
 template <typename T>
 void storeClamped(float const* values, size_t count, T* out)
 {
-    for (size_t i = 0; i < count; ++i)
-        out[i] = FlexImage<T>::storeSample(clamp255(values[i]));
+    widestLoop(count, [values, out](size_t i) { out[i] = FlexImage<T>::storeSample(clamp255(values[i])); });
 }
 
 } // namespace
@@ -164,8 +164,9 @@ void separableBlur(FlexImage<T>* image, float const* kernel, int r)
         accumulateSymmetric(taps.data(), kernel, r, usedSamples, sums.data());
         // Stored as the image stores samples, so 8-bit blurs truncate between passes.
         float* out = &rows[size_t(y - read.top) * usedSamples];
-        for (size_t i = 0; i < usedSamples; ++i)
-            out[i] = float(FlexImage<T>::storeSample(clamp255(sums[i])));
+        float const* rowSums = sums.data();
+        widestLoop(usedSamples,
+                   [out, rowSums](size_t i) { out[i] = float(FlexImage<T>::storeSample(clamp255(rowSums[i]))); });
     }
     // Columns: the taps are rows above and below (edges repeating), so the
     // pass walks rows instead of striding down each column. It runs in strips
@@ -201,9 +202,11 @@ template <typename T>
 void blendWithOriginal(FlexImage<T>* out, FlexImage<T> const& orig, float mix)
 {
     size_t const n = std::min(out->sampleCount(), orig.sampleCount());
-    for (size_t i = 0; i < n; ++i)
-        out->pixels[i] = FlexImage<T>::storeSample(
-            clamp255(float(orig.pixels[i]) * (1.0f - mix) + float(out->pixels[i]) * mix));
+    T* const blurred = out->pixels;
+    T const* const original = orig.pixels;
+    widestLoop(n, [blurred, original, mix](size_t i) {
+        blurred[i] = FlexImage<T>::storeSample(clamp255(float(original[i]) * (1.0f - mix) + float(blurred[i]) * mix));
+    });
 }
 
 template void separableBlur(FlexImage<unsigned char>*, float const*, int);
