@@ -70,8 +70,7 @@ void darkenRow(T* row, int width, int channels, float e, float kept, Levels& lev
                float* sampleGreys)
 {
     int const samples = width * channels;
-    for (int i = 0; i < samples; ++i)
-        darkened[i] = float(row[i]);
+    widestLoop(samples, [row, darkened](int i) { darkened[i] = float(row[i]); });
     if (!levels.mapIfWholeLevels(darkened, size_t(samples)))
         widestLoop(samples, [darkened, e](int i) { darkened[i] = darken<T>(darkened[i], e); });
     rowLuminances(darkened, width, channels, greys);

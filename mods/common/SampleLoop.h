@@ -97,8 +97,7 @@ public:
                 table[v] = rule(float(v));
             made = true;
         }
-        float const* levels = table;
-        widestLoop(n, [samples, levels](size_t i) { samples[i] = levels[int(samples[i])]; });
+        mapThroughLevels(table, samples, n);
         return true;
     }
 
@@ -118,6 +117,14 @@ private:
         for (size_t i = 0; i < first; ++i)
             differ |= differenceFromLevel(samples[i]);
         return differ == 0 && differencesFromLevels(samples + first, n - first) == 0;
+    }
+
+    // The table and the samples apart (restrict): where the stores might
+    // change the table, the loop would not vectorise.
+    WIDEST_VECTORS static void mapThroughLevels(float const* __restrict levels, float* __restrict samples, size_t n)
+    {
+        for (size_t i = 0; i < n; ++i)
+            samples[i] = levels[int(samples[i])];
     }
 
     WIDEST_VECTORS static uint32_t differencesFromLevels(float const* samples, size_t n)
