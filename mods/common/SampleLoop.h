@@ -208,6 +208,28 @@ void forEachPixel(FlexImage<T>* image, Rule rule)
 // The most pixels forEachColourBlock hands over at once.
 constexpr int colourBlockPixels = 256;
 
+// The reds, greens and blues of count pixels of `channels` samples apart,
+// and back: with the stride known when compiled, the loops vectorise.
+template <int channels, typename T>
+WIDEST_VECTORS void partColours(T const* pixels, int count, float* red, float* green, float* blue)
+{
+    for (int i = 0; i < count; ++i) {
+        red[i] = float(pixels[channels * i]);
+        green[i] = float(pixels[channels * i + 1]);
+        blue[i] = float(pixels[channels * i + 2]);
+    }
+}
+
+template <int channels, typename T>
+WIDEST_VECTORS void joinColours(float const* red, float const* green, float const* blue, int count, T* pixels)
+{
+    for (int i = 0; i < count; ++i) {
+        pixels[channels * i] = FlexImage<T>::storeSample(red[i]);
+        pixels[channels * i + 1] = FlexImage<T>::storeSample(green[i]);
+        pixels[channels * i + 2] = FlexImage<T>::storeSample(blue[i]);
+    }
+}
+
 // blockRule(red, green, blue, count) on the first three samples of every
 // pixel (a fourth is left as it is), a block of at most colourBlockPixels
 // pixels at a time: the block's reds, greens and blues parted into runs of
@@ -227,19 +249,15 @@ void forEachColourBlock(FlexImage<T>* image, BlockRule blockRule)
         for (size_t start = 0; start < pixels; start += block) {
             int const count = int(std::min(block, pixels - start));
             T* const q = p + start * size_t(channels);
-            for (int i = 0; i < count; ++i) {
-                T const* s = q + size_t(i) * size_t(channels);
-                red[i] = float(s[0]);
-                green[i] = float(s[1]);
-                blue[i] = float(s[2]);
-            }
+            if (channels == 3)
+                partColours<3>(q, count, red, green, blue);
+            else
+                partColours<4>(q, count, red, green, blue);
             blockRule(red, green, blue, count);
-            for (int i = 0; i < count; ++i) {
-                T* s = q + size_t(i) * size_t(channels);
-                s[0] = FlexImage<T>::storeSample(red[i]);
-                s[1] = FlexImage<T>::storeSample(green[i]);
-                s[2] = FlexImage<T>::storeSample(blue[i]);
-            }
+            if (channels == 3)
+                joinColours<3>(red, green, blue, count, q);
+            else
+                joinColours<4>(red, green, blue, count, q);
         }
     });
 }

@@ -56,8 +56,7 @@ void ImageModRGBCurves::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
             curves[c]->lookupChannels(curved, count, 255.0f);
             if (all)
                 all->lookupChannels(curved, count, 255.0f);
-            for (int i = 0; i < count; ++i)
-                samples[i] = samples[i] * (1.0f - a) + curved[i] * a;
+            widestLoop(count, [samples, &curved, a](int i) { samples[i] = samples[i] * (1.0f - a) + curved[i] * a; });
         }
     });
 }
