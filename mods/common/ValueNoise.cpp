@@ -1,30 +1,40 @@
 #include "mods/common/ValueNoise.h"
 
 #include <cmath>
-#include <mutex>
 
 namespace valueNoise {
 
 namespace {
 
 constexpr int cosineTableSize = 1000;
-float cosineTable[cosineTableSize];
-std::once_flag cosineTableFilled;
 
-void fillCosineTable()
+struct CosineTable
 {
-    for (int i = 0; i < cosineTableSize; ++i)
-        cosineTable[i] = float(std::cos(i * 0.001 * M_PI));
+    float values[cosineTableSize];
+
+    CosineTable()
+    {
+        for (int i = 0; i < cosineTableSize; ++i)
+            values[i] = float(std::cos(i * 0.001 * M_PI));
+    }
+};
+
+// Filled by the first caller; the check after that is one load.
+float const* cosineTable()
+{
+    static CosineTable const table;
+    return table.values;
 }
+
+constexpr double latticePeriod = 4294967296.0;
 
 } // namespace
 
 float cosineWeight(float t)
 {
-    std::call_once(cosineTableFilled, fillCosineTable);
     // NaN fails both tests and lands on index 0.
     int const index = t > 1.0f ? cosineTableSize - 1 : (t > 0.0f ? int(t * 999.9f) : 0);
-    return (1.0f - cosineTable[index]) * 0.5f;
+    return (1.0f - cosineTable()[index]) * 0.5f;
 }
 
 // The lattice repeats every 2^32 cells (its hash wraps at 32 bits), so a
@@ -32,15 +42,17 @@ float cosineWeight(float t)
 // however large, then has a lattice cell that fits the integer types.
 double withinOnePeriod(double v)
 {
-    constexpr double period = 4294967296.0;
     if (!std::isfinite(v))
         return 0.0; // no lattice cell: the field's value at the origin
-    return v - period * std::floor(v / period);
+    return v - latticePeriod * std::floor(v / latticePeriod);
 }
 
 LatticeStep latticeStep(double v)
 {
-    v = withinOnePeriod(v);
+    // Most coordinates already lie in the first period, which folds them
+    // onto themselves; a grain tile asks for thousands.
+    if (!(v >= 0.0 && v < latticePeriod))
+        v = withinOnePeriod(v);
     double const floor = std::floor(v);
     return LatticeStep{int32_t(int64_t(floor)), cosineWeight(float(v - floor))};
 }
