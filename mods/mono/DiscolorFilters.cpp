@@ -21,6 +21,31 @@ ImageModDiscolor::ImageModDiscolor(float amount, float offset, OVRGBColor colour
     setDefaultVarsToCurrent();
 }
 
+namespace {
+
+// The Screen colour method (see colourRules::applyMethod) over a row of
+// three-sample pixels, each at its own strength, in one plain loop.
+template <typename T>
+void screenRow(T* row, int width, OVRGBColor colour, float const* strengths)
+{
+    float const kr = colour.red;
+    float const kg = colour.green;
+    float const kb = colour.blue;
+    widestLoop(width, [=](int i) {
+        float const w = strengths[i];
+        auto screened = [w](float v, float k) {
+            float const screen = 255.0f - (255.0f - v) * (255.0f - k) / 255.0f;
+            return colourRules::clampChannel(colourRules::tintChannel(v, screen, w));
+        };
+        T* const p = row + 3 * i;
+        p[0] = FlexImage<T>::storeSample(screened(float(p[0]), kr));
+        p[1] = FlexImage<T>::storeSample(screened(float(p[1]), kg));
+        p[2] = FlexImage<T>::storeSample(screened(float(p[2]), kb));
+    });
+}
+
+} // namespace
+
 template <typename T>
 void ImageModDiscolor::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
 {
@@ -46,11 +71,16 @@ void ImageModDiscolor::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
     });
     std::vector<float> blotches(size_t(std::max(used.width(), 0)));
     forEachUsedRow(image, [&](int row, int, T* p, int width) {
-        noise.along(double(row + chunkY) * perPixel + 100.0, blotches.data());
+        float* const strengths = blotches.data();
+        noise.along(double(row + chunkY) * perPixel + 100.0, strengths);
+        widestLoop(width, [strengths, a](int i) { strengths[i] = ease(strengths[i] * 0.8f + 0.4f) * a; });
+        if (channels == 3) {
+            screenRow(p, width, colour, strengths);
+            return;
+        }
         for (int i = 0; i < width; ++i, p += channels) {
-            float const blotch = ease(blotches[size_t(i)] * 0.8f + 0.4f);
             float rgb[3] = {float(p[0]), float(p[1]), float(p[2])};
-            colourRules::applyMethod<colourRules::Screen>(rgb, colour, HSV(), blotch * a);
+            colourRules::applyMethod<colourRules::Screen>(rgb, colour, HSV(), strengths[i]);
             for (int c = 0; c < 3; ++c)
                 p[c] = FlexImage<T>::storeSample(rgb[c]);
         }
