@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "mods/mono/ChannelMixerFilters.h"
+#include "mods/mono/DiscolorFilters.h"
 #include "mods/mono/ImageModFilteredBW.h"
 #include "support/PixelCheck.h"
 
@@ -69,4 +70,65 @@ TEST(MonoFilters, WhiteStaysWhiteWhenWeightsAddUpToOneHundred)
     std::fill(white.pixels, white.pixels + 3, 255);
     greyscale.applyMod(&white, nullptr);
     EXPECT_EQ(white.pixels[0], 255);
+}
+
+// Discolor screens each pixel toward its colour by a strength that varies
+// over the picture: screening with black changes nothing, and screening
+// with white moves every channel of a pixel the same fraction w of its way
+// to 255, w in [0, 1]. Three-sample pixels go through a loop of their own,
+// so a fourth sample is added to the same picture and the colours must
+// agree bit for bit, with white and with a colour of three unlike channels.
+TEST(MonoFilters, DiscolorScreensEachPixelByOneStrength)
+{
+    int const width = 70;
+    int const height = 3;
+    auto paint = [&](FlexImage<float>& image) {
+        for (int y = 0; y < height; ++y)
+            for (int x = 0; x < width; ++x)
+                for (int c = 0; c < image.channels; ++c)
+                    image.pixelAt(x, y)[c] = float((37 * x + 11 * y + 53 * c) % 240);
+    };
+    FlexImage<float> original(width, height, 3);
+    paint(original);
+
+    ImageModDiscolor black(1.0f, 0.0f, OVRGBColor(0.0f, 0.0f, 0.0f), 0.05f, 0.0f);
+    FlexImage<float> unchanged(width, height, 3);
+    paint(unchanged);
+    black.applyMod(&unchanged, nullptr);
+    for (size_t i = 0; i < original.sampleCount(); ++i)
+        ASSERT_NEAR(unchanged.pixels[i], original.pixels[i], 1e-3f) << "sample " << i;
+
+    ImageModDiscolor white(1.0f, 0.0f, OVRGBColor(255.0f, 255.0f, 255.0f), 0.05f, 0.0f);
+    FlexImage<float> screened(width, height, 3);
+    FlexImage<float> withFourth(width, height, 4);
+    paint(screened);
+    paint(withFourth);
+    white.applyMod(&screened, nullptr);
+    white.applyMod(&withFourth, nullptr);
+    bool moved = false;
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) {
+            float const* in = original.pixelAt(x, y);
+            float const* out = screened.pixelAt(x, y);
+            float const w = (out[0] - in[0]) / (255.0f - in[0]);
+            EXPECT_GE(w, 0.0f);
+            EXPECT_LE(w, 1.0f);
+            for (int c = 1; c < 3; ++c)
+                EXPECT_NEAR((out[c] - in[c]) / (255.0f - in[c]), w, 1e-4f) << x << "," << y;
+            moved = moved || w > 0.01f;
+            for (int c = 0; c < 3; ++c)
+                ASSERT_EQ(withFourth.pixelAt(x, y)[c], out[c]) << x << "," << y;
+        }
+    }
+    EXPECT_TRUE(moved);
+
+    ImageModDiscolor orange(0.8f, 0.0f, OVRGBColor(255.0f, 128.0f, 0.0f), 0.05f, 0.0f);
+    paint(screened);
+    paint(withFourth);
+    orange.applyMod(&screened, nullptr);
+    orange.applyMod(&withFourth, nullptr);
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x)
+            for (int c = 0; c < 3; ++c)
+                ASSERT_EQ(withFourth.pixelAt(x, y)[c], screened.pixelAt(x, y)[c]) << x << "," << y;
 }
