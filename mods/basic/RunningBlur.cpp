@@ -153,6 +153,7 @@ public:
             makeWith(radii, count, scale, [](double extent, int reach) { return boxShape(extent, reach); });
         else
             makeWith(radii, count, scale, [](double extent, int reach) { return gaussianShape(extent, reach); });
+        findRuns(count);
     }
 
     // Kernel i's weights: a (= 1) over the middle, + c i^2; over the sides,
@@ -160,8 +161,19 @@ public:
     // 1 / (norm x scale), which turns its sums into samples.
     std::vector<int> inner, reach;
     std::vector<double> c, sideA, sideB, sideC, toSample;
+    // Where each run of kernels of one reach and middle ends, in order: a
+    // radius that varies over the picture changes them only now and then.
+    std::vector<int> runEnds;
 
 private:
+    void findRuns(int count)
+    {
+        runEnds.clear();
+        for (int i = 1; i <= count; ++i)
+            if (i == count || reach[size_t(i)] != reach[size_t(i - 1)] || inner[size_t(i)] != inner[size_t(i - 1)])
+                runEnds.push_back(i);
+    }
+
     void resize(size_t n)
     {
         for (std::vector<int>* v : {&inner, &reach})
@@ -444,8 +456,7 @@ public:
     void blurLine(int from, int count, LineShapes const& shapes, float* blurred, float* out) const
     {
         for (int c = 0; c < channels; ++c)
-            blurChannel(plane(c, 0), plane(c, 1), plane(c, 2), shapes, from + pad, count,
-                        blurred + size_t(c) * count);
+            blurChannel(plane(c, 0), plane(c, 1), plane(c, 2), shapes, from + pad, blurred + size_t(c) * count);
         if (channels == 3)
             interleave<3>(blurred, count, out);
         else
@@ -504,15 +515,18 @@ private:
         add(lineEnd, positions, [last](size_t) { return last; });
     }
 
-    // The blurred samples at prefix positions first.. with kernels 0..count
-    // of shapes. The pieces' bounds as prefix positions: left A..B, middle
+    // The blurred samples at prefix positions first.. with the kernels of
+    // shapes, one a position. The pieces' bounds as prefix positions: left A..B, middle
     // B..C, right C..D (an empty side reads one prefix twice: sums of 0).
     // Sums over absolute positions j become sums over offsets j - X: S1 =
     // P1 - X P0 and S2 = P2 - 2 X P1 + X^2 P0. The sides' sums are combined
     // as whole numbers before they are moved to the centre and turned into
     // doubles (the scale of the sums keeps every window's below 2^51).
+    // Along a run of kernels of one reach and middle (see LineShapes), each
+    // bound moves one prefix a position, so the prefixes are read in
+    // contiguous runs, not gathered.
     static WIDEST_VECTORS void blurChannel(uint64_t const* p0, uint64_t const* p1, uint64_t const* p2,
-                                           LineShapes const& shapes, int first, int count, float* out)
+                                           LineShapes const& shapes, int first, float* out)
     {
         int const* innerOf = shapes.inner.data();
         int const* reachOf = shapes.reach.data();
@@ -521,30 +535,37 @@ private:
         double const* sideB = shapes.sideB.data();
         double const* sideC = shapes.sideC.data();
         double const* toSample = shapes.toSample.data();
-        for (int i = 0; i < count; ++i) {
-            int const at = first + i;
-            int const A = at - reachOf[i];
-            int const B = at - innerOf[i];
-            int const C = at + innerOf[i] + 1;
-            int const D = at + reachOf[i] + 1;
-            uint64_t const X = uint64_t(at);
-            uint64_t const twiceX = 2 * X;
-            uint64_t const squareX = X * X;
-            uint64_t const middle0 = p0[C] - p0[B];
-            uint64_t const middle1 = p1[C] - p1[B];
-            uint64_t const middle2 = p2[C] - p2[B];
-            uint64_t const both0 = (p0[D] - p0[C]) + (p0[B] - p0[A]);
-            uint64_t const both1 = (p1[D] - p1[C]) + (p1[B] - p1[A]);
-            uint64_t const both2 = (p2[D] - p2[C]) + (p2[B] - p2[A]);
-            uint64_t const apart0 = (p0[D] - p0[C]) - (p0[B] - p0[A]);
-            uint64_t const apart1 = (p1[D] - p1[C]) - (p1[B] - p1[A]);
-            double const middleS0 = wholeToDouble(middle0);
-            double const middleS2 = wholeToDouble(middle2 - twiceX * middle1 + squareX * middle0);
-            double const sidesS0 = wholeToDouble(both0);
-            double const sidesS1 = wholeToDouble(apart1 - X * apart0);
-            double const sidesS2 = wholeToDouble(both2 - twiceX * both1 + squareX * both0);
-            out[i] = float((middleS0 + c[i] * middleS2 + (sideA[i] * sidesS0 + sideB[i] * sidesS1 + sideC[i] * sidesS2)) *
-                           toSample[i]);
+        int runStart = 0;
+        for (int const runEnd : shapes.runEnds) {
+            int const reach = reachOf[runStart];
+            int const inner = innerOf[runStart];
+            for (int i = runStart; i < runEnd; ++i) {
+                int const at = first + i;
+                int const A = at - reach;
+                int const B = at - inner;
+                int const C = at + inner + 1;
+                int const D = at + reach + 1;
+                uint64_t const X = uint64_t(at);
+                uint64_t const twiceX = 2 * X;
+                uint64_t const squareX = X * X;
+                uint64_t const middle0 = p0[C] - p0[B];
+                uint64_t const middle1 = p1[C] - p1[B];
+                uint64_t const middle2 = p2[C] - p2[B];
+                uint64_t const both0 = (p0[D] - p0[C]) + (p0[B] - p0[A]);
+                uint64_t const both1 = (p1[D] - p1[C]) + (p1[B] - p1[A]);
+                uint64_t const both2 = (p2[D] - p2[C]) + (p2[B] - p2[A]);
+                uint64_t const apart0 = (p0[D] - p0[C]) - (p0[B] - p0[A]);
+                uint64_t const apart1 = (p1[D] - p1[C]) - (p1[B] - p1[A]);
+                double const middleS0 = wholeToDouble(middle0);
+                double const middleS2 = wholeToDouble(middle2 - twiceX * middle1 + squareX * middle0);
+                double const sidesS0 = wholeToDouble(both0);
+                double const sidesS1 = wholeToDouble(apart1 - X * apart0);
+                double const sidesS2 = wholeToDouble(both2 - twiceX * both1 + squareX * both0);
+                out[i] = float(
+                    (middleS0 + c[i] * middleS2 + (sideA[i] * sidesS0 + sideB[i] * sidesS1 + sideC[i] * sidesS2)) *
+                    toSample[i]);
+            }
+            runStart = runEnd;
         }
     }
 };
