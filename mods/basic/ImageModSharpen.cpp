@@ -51,8 +51,7 @@ void boxSumsOfRow(RowAt rowAt, int y, int height, int width, int channels, int r
     std::fill(inside, inside + insideSamples, 0.0f);
     for (int ky = 0; ky < side; ++ky) {
         T const* row = rowAt(std::clamp(y + ky - r, 0, height - 1)) + size_t(first) * channels;
-        for (size_t i = 0; i < insideSamples; ++i)
-            inside[i] += float(row[i]);
+        widestLoop(insideSamples, [inside, row](size_t i) { inside[i] += float(row[i]); });
     }
     for (int x = used.left - r; x < first; ++x)
         std::copy(inside, inside + channels, columnSums + size_t(x - (used.left - r)) * channels);
@@ -63,8 +62,7 @@ void boxSumsOfRow(RowAt rowAt, int y, int height, int width, int channels, int r
     std::fill(boxes, boxes + usedSamples, 0.0f);
     for (int kx = 0; kx < side; ++kx) {
         float const* shifted = columnSums + size_t(kx) * channels;
-        for (size_t i = 0; i < usedSamples; ++i)
-            boxes[i] += shifted[i];
+        widestLoop(usedSamples, [boxes, shifted](size_t i) { boxes[i] += shifted[i]; });
     }
 }
 
@@ -104,10 +102,11 @@ void ImageModSharpen::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
         T const* original = image->pixelAt(0, y);
         std::copy(original + keptFrom, original + keptTo, ring.data() + size_t(y % (r + 1)) * rowSamples + keptFrom);
         sharpenedBottom = y + 1;
-        for (size_t i = 0; i < size_t(width) * channels; ++i) {
-            float const high = centreWeight * float(row[i]) - boxes[i];
+        float const* const box = boxes.data();
+        widestLoop(size_t(width) * channels, [row, box, centreWeight, a](size_t i) {
+            float const high = centreWeight * float(row[i]) - box[i];
             row[i] = FlexImage<T>::storeSample(clamp255(float(row[i]) + high * a));
-        }
+        });
     });
 }
 
