@@ -93,10 +93,18 @@ void surroundingLuminance(FlexImage<float> const& image, ImageModBlur& blur, Ima
     plane->reshape(image.width, image.height, 1);
     size_t const pixelCount = size_t(image.width) * image.height;
     int const channels = image.channels;
-    float const* p = image.pixels;
-    for (size_t i = 0; i < pixelCount; ++i, p += channels)
-        plane->pixels[i] = channels >= 3 ? float(luminance(clamp255(p[0]), clamp255(p[1]), clamp255(p[2])))
-                                         : clamp255(p[0]);
+    float const* const p = image.pixels;
+    float* const out = plane->pixels;
+    if (channels == 3)
+        widestLoop(pixelCount, [p, out](size_t i) {
+            out[i] = float(luminance(clamp255(p[3 * i]), clamp255(p[3 * i + 1]), clamp255(p[3 * i + 2])));
+        });
+    else
+        for (size_t i = 0; i < pixelCount; ++i) {
+            float const* pixel = p + i * size_t(channels);
+            out[i] = channels >= 3 ? float(luminance(clamp255(pixel[0]), clamp255(pixel[1]), clamp255(pixel[2])))
+                                   : clamp255(pixel[0]);
+        }
     blur.applyMod(plane, info);
 }
 
