@@ -54,16 +54,15 @@ ToneCurve::ToneCurve(int interiorPoints)
     // Every curve variable of every filter copy starts as one of these few
     // straight lines: smooth each once per process rather than per copy.
     static std::mutex lock;
-    static std::map<int, GrowArray<float>> smoothedLines;
+    static std::map<int, GrowArray<uint64_t>> smoothedLines;
     std::lock_guard<std::mutex> guard(lock);
     auto const known = smoothedLines.find(interiorPoints);
     if (known != smoothedLines.end()) {
-        table = known->second;
-        pairNeighbours();
+        neighbours = known->second;
         return;
     }
     updateSmoothVals();
-    smoothedLines.emplace(interiorPoints, table);
+    smoothedLines.emplace(interiorPoints, neighbours);
 }
 
 void ToneCurve::setControlPoints(GrowString text)
@@ -150,7 +149,7 @@ void ToneCurve::updateSmoothVals()
     for (int pass = 0; pass < smoothingPasses; ++pass)
         w = subdivide(w);
 
-    table.count = 0;
+    GrowArray<float> table;
     Point2D const first = w[0];
     Point2D const last = w.last();
     int32_t cursor = 0;
@@ -175,10 +174,10 @@ void ToneCurve::updateSmoothVals()
         }
         table.add(value);
     }
-    pairNeighbours();
+    pairNeighbours(table);
 }
 
-void ToneCurve::pairNeighbours()
+void ToneCurve::pairNeighbours(GrowArray<float> const& table)
 {
     neighbours.count = 0;
     for (int i = 0; i < table.count; ++i) {
@@ -189,20 +188,18 @@ void ToneCurve::pairNeighbours()
 
 namespace {
 
-// The lookup over count values of a table t, each at table position
-// value x indexScale and read as the last entry from value x topScale >= 1
-// on, times scale. The ends (the last entry at and past the top, the first
-// at and below 0 and for what is not a number) are picked by masks, and the
-// interpolation is worked out at position 0 for them: with branches, or
-// with || (which branches), the loop would not vectorise; nor would it if
-// the table might overlap the values. A position's two entries come from
-// neighbours (see ToneCurve): one load each, where reading t[j] and t[j + 1]
-// took two, and loads by index are most of the loop's cost.
-WIDEST_VECTORS void curveSamples(float const* __restrict t, uint64_t const* __restrict neighbours,
-                                 float* __restrict values, int count, float indexScale, float topScale, float scale)
+// The lookup over count values of a curve's table (as neighbours, see
+// ToneCurve), each at table position value x indexScale and read as the
+// last entry from value x topScale >= 1 on, times scale. The ends (the last
+// entry at and past the top, the first at and below 0 and for what is not a
+// number) are picked by masks, and the interpolation is worked out at
+// position 0 for them: with branches, or with || (which branches), the
+// loop would not vectorise; nor would it if the table might overlap the
+// values. A position's two entries come in one load, where reading entries
+// j and j + 1 apart took two: loads by index are most of the loop's cost.
+WIDEST_VECTORS void curveSamples(uint64_t const* __restrict neighbours, float* __restrict values, int count,
+                                 float indexScale, float topScale, float scale, float first, float lastValue)
 {
-    float const first = t[0];
-    float const lastValue = t[ToneCurve::lastEntry];
     float const last = float(ToneCurve::lastEntry);
     for (int i = 0; i < count; ++i) {
         float const c = values[i];
@@ -223,10 +220,10 @@ WIDEST_VECTORS void curveSamples(float const* __restrict t, uint64_t const* __re
 
 void ToneCurve::lookupChannels(float* values, int count, float scale) const
 {
-    curveSamples(table.data, neighbours.data, values, count, 9.996079f, 1.0f / 255.0f, scale);
+    curveSamples(neighbours.data, values, count, 9.996079f, 1.0f / 255.0f, scale, entry(0), entry(lastEntry));
 }
 
 void ToneCurve::lookupValues(float* values, int count) const
 {
-    curveSamples(table.data, neighbours.data, values, count, float(lastEntry), 1.0f, 1.0f);
+    curveSamples(neighbours.data, values, count, float(lastEntry), 1.0f, 1.0f, entry(0), entry(lastEntry));
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 
 #include "core/GrowArray.h"
 #include "core/GrowString.h"
@@ -44,11 +45,11 @@ public:
     void updateSmoothVals();
 
     // Value at v in [0, 1]; v >= 1 gives the last entry.
-    float lookup(float v) const { return v >= 1.0f ? table[lastEntry] : lookupAtIndex(v * float(lastEntry)); }
+    float lookup(float v) const { return v >= 1.0f ? entry(lastEntry) : lookupAtIndex(v * float(lastEntry)); }
     // Value for a channel sample on the 0..255 scale.
     float lookupChannel(float c) const
     {
-        return c * (1.0f / 255.0f) >= 1.0f ? table[lastEntry] : lookupAtIndex(c * 9.996079f);
+        return c * (1.0f / 255.0f) >= 1.0f ? entry(lastEntry) : lookupAtIndex(c * 9.996079f);
     }
     // lookupChannel(v) x scale for count channel samples in place, and
     // lookup(v) for count values in place: the same results, in one loop
@@ -59,23 +60,35 @@ public:
     float lookupAtIndex(float f) const
     {
         if (!(f > 0.0f))
-            return table[0];
+            return entry(0);
         if (f >= float(lastEntry))
-            return table[lastEntry];
+            return entry(lastEntry);
         int const i = int(f);
-        return (float(i + 1) - f) * table[i] + (f - float(i)) * table[i + 1];
+        uint64_t const both = neighbours[i];
+        return (float(i + 1) - f) * lowerOf(both) + (f - float(i)) * upperOf(both);
     }
 
-    float const* values() const { return table.data; }
+    // Entry i of the table.
+    float entry(int i) const { return lowerOf(neighbours[i]); }
     float hueOffset = 180.0f;
 
 private:
     GrowArray<Point2D> controlPoints;
-    GrowArray<float> table;
-    // Entry i's bits, and entry i + 1's above them, for every i: the lookup
-    // over many samples reads both neighbours of a position in one load.
+    // The table: entry i's bits, and entry i + 1's above them (the last
+    // entry's twice), so that a lookup reads both neighbours of a position
+    // in one load, which matters most where many samples are looked up in
+    // one vectorised loop.
     GrowArray<uint64_t> neighbours;
 
+    static float lowerOf(uint64_t both)
+    {
+        uint32_t const bits = uint32_t(both);
+        float v;
+        std::memcpy(&v, &bits, sizeof v);
+        return v;
+    }
+    static float upperOf(uint64_t both) { return lowerOf(both >> 32); }
+
     void normaliseEnds();
-    void pairNeighbours();
+    void pairNeighbours(GrowArray<float> const& table);
 };

@@ -28,7 +28,7 @@ void curveLightness(T* p, ToneCurve const& curve, float amount)
     float h, s, l;
     OVRGBColor::toHSLUnit(r, g, b, &h, &s, &l);
     float const doubled = std::fmax(r, std::fmax(g, b)) + std::fmin(r, std::fmin(g, b));
-    float const curved = l >= 1.0f ? curve.values()[ToneCurve::lastEntry] : curve.lookupAtIndex(doubled * 1274.5f);
+    float const curved = l >= 1.0f ? curve.entry(ToneCurve::lastEntry) : curve.lookupAtIndex(doubled * 1274.5f);
     float rgb[3];
     OVRGBColor::fromHSLUnit(h, s, l * (1.0f - amount) + curved * amount, &rgb[0], &rgb[1], &rgb[2]);
     for (int c = 0; c < 3; ++c)

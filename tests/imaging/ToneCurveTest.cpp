@@ -28,7 +28,7 @@ TEST(ToneCurve, CollinearPointsStayOnTheLine)
     for (int interior : {0, 3}) {
         ToneCurve const curve(interior);
         for (int i = 0; i < ToneCurve::tableSize; ++i)
-            EXPECT_NEAR(curve.values()[i], float(i) / 2549.0f, 2e-6f) << "entry " << i;
+            EXPECT_NEAR(curve.entry(i), float(i) / 2549.0f, 2e-6f) << "entry " << i;
     }
 }
 
@@ -59,16 +59,16 @@ TEST(ToneCurve, EndPointsAreExactAndLookupInterpolates)
     ToneCurve curve;
     curve.setControlPoints(GrowString("0 .25 1 .75"));
     EXPECT_EQ(curve.lookup(0.0f), 0.25f);
-    EXPECT_EQ(curve.lookup(1.0f), curve.values()[2549]);
-    EXPECT_EQ(curve.lookup(1.5f), curve.values()[2549]);
-    EXPECT_NEAR(curve.values()[2549], 0.75f, 1e-6f);
+    EXPECT_EQ(curve.lookup(1.0f), curve.entry(2549));
+    EXPECT_EQ(curve.lookup(1.5f), curve.entry(2549));
+    EXPECT_NEAR(curve.entry(2549), 0.75f, 1e-6f);
     // A straight segment from .25 to .75: the middle reads .5.
     EXPECT_NEAR(curve.lookup(0.5f), 0.5f, 1e-5f);
     EXPECT_NEAR(curve.lookupChannel(127.5f), 0.5f, 1e-5f);
-    EXPECT_EQ(curve.lookupChannel(255.0f), curve.values()[2549]);
+    EXPECT_EQ(curve.lookupChannel(255.0f), curve.entry(2549));
     // Half-way between two entries reads their mean.
     float const mid = curve.lookupAtIndex(100.5f);
-    EXPECT_NEAR(mid, 0.5f * (curve.values()[100] + curve.values()[101]), 1e-7f);
+    EXPECT_NEAR(mid, 0.5f * (curve.entry(100) + curve.entry(101)), 1e-7f);
     // Just below 1 reads the last stretch of the table, not past its end.
     EXPECT_NEAR(curve.lookup(0.9999999f), 0.75f, 1e-5f);
 }
@@ -93,10 +93,10 @@ TEST(ToneCurve, ChannelRunsGiveTheLookupsResults)
         EXPECT_EQ(std::memcmp(&run[i], &expected, sizeof expected), 0)
             << "sample " << samples[i] << ": " << run[i] << " against " << expected;
     }
-    EXPECT_EQ(run[0], curve.values()[0] * 255.0f);
-    EXPECT_EQ(run[7], curve.values()[0] * 255.0f) << "what is not a number reads the first entry";
-    EXPECT_EQ(run[6], curve.values()[ToneCurve::lastEntry] * 255.0f);
-    EXPECT_EQ(run[9], curve.values()[ToneCurve::lastEntry] * 255.0f) << "just below 255 reads the last entry";
+    EXPECT_EQ(run[0], curve.entry(0) * 255.0f);
+    EXPECT_EQ(run[7], curve.entry(0) * 255.0f) << "what is not a number reads the first entry";
+    EXPECT_EQ(run[6], curve.entry(ToneCurve::lastEntry) * 255.0f);
+    EXPECT_EQ(run[9], curve.entry(ToneCurve::lastEntry) * 255.0f) << "just below 255 reads the last entry";
 
     // The same for values on 0..1 and lookup.
     std::vector<float> values = {0.0f, -0.0f, 1e-30f, -5.0f, -inf, inf, std::nanf(""), 0.99999994f, 1.0f, 1.5f};
@@ -116,7 +116,7 @@ TEST(ToneCurve, MonotonicPointsGiveAMonotonicTable)
     ToneCurve curve;
     curve.setControlPoints(GrowString("0 0 0.2 0.05 0.45 0.6 0.7 0.8 1 1"));
     for (int i = 1; i < ToneCurve::tableSize; ++i)
-        EXPECT_GE(curve.values()[i], curve.values()[i - 1]) << "entry " << i;
+        EXPECT_GE(curve.entry(i), curve.entry(i - 1)) << "entry " << i;
     // The smoothed curve passes near, not through, an interior point.
     EXPECT_NEAR(curve.lookup(0.45f), 0.6f, 0.08f);
 }
