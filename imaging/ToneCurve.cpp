@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <map>
 #include <mutex>
+#include <vector>
 
 #include "imaging/FastPow.h"
 #include "imaging/WidestVectors.h"
@@ -18,26 +19,37 @@ Point2D midpoint(Point2D const& a, Point2D const& b)
     return Point2D{float((double(a.x) + double(b.x)) * 0.5), float((double(a.y) + double(b.y)) * 0.5)};
 }
 
-// One pass of uniform cubic B-spline subdivision; the end points stay put.
-GrowArray<Point2D> subdivide(GrowArray<Point2D> const& w)
+// One pass of uniform cubic B-spline subdivision of w into n (whose memory
+// is kept); the end points stay put.
+void subdivide(std::vector<Point2D> const& w, std::vector<Point2D>& n)
 {
-    GrowArray<Point2D> n;
-    n.data = new Point2D[size_t(2 * w.count)];
-    n.capacity = 2 * w.count;
+    n.clear();
     Point2D previousMid;
-    for (int32_t i = 0; i + 1 < w.count; ++i) {
-        n.add(w[i]);
+    for (size_t i = 0; i + 1 < w.size(); ++i) {
+        n.push_back(w[i]);
         Point2D const mid = midpoint(w[i], w[i + 1]);
         if (i >= 1) {
-            Point2D& moved = n.last();
+            Point2D& moved = n.back();
             moved.x = 0.25f * (previousMid.x + mid.x) + 0.5f * w[i].x;
             moved.y = 0.25f * (previousMid.y + mid.y) + 0.5f * w[i].y;
         }
-        n.add(mid);
+        n.push_back(mid);
         previousMid = mid;
     }
-    n.add(w.last());
-    return n;
+    n.push_back(w.back());
+}
+
+// The control points after every pass of subdivision. The passes' memory
+// is kept from curve to curve on each thread: the last passes take some
+// hundred kilobytes, which memory made anew for every curve would fault in
+// page by page, and a run makes hundreds of curves.
+std::vector<Point2D> const& smoothed(GrowArray<Point2D> const& controlPoints)
+{
+    thread_local std::vector<Point2D> passes[2];
+    passes[0].assign(controlPoints.begin(), controlPoints.end());
+    for (int pass = 0; pass < smoothingPasses; ++pass)
+        subdivide(passes[pass % 2], passes[1 - pass % 2]);
+    return passes[smoothingPasses % 2];
 }
 
 } // namespace
@@ -145,13 +157,11 @@ bool ToneCurve::isFinite() const
 
 void ToneCurve::updateSmoothVals()
 {
-    GrowArray<Point2D> w = controlPoints;
-    for (int pass = 0; pass < smoothingPasses; ++pass)
-        w = subdivide(w);
-
+    std::vector<Point2D> const& w = smoothed(controlPoints);
+    int32_t const pointCount = int32_t(w.size());
     GrowArray<float> table;
-    Point2D const first = w[0];
-    Point2D const last = w.last();
+    Point2D const first = w.front();
+    Point2D const last = w.back();
     int32_t cursor = 0;
     for (int i = 0; i < tableSize; ++i) {
         float const x = float(i) * tableStep;
@@ -164,11 +174,11 @@ void ToneCurve::updateSmoothVals()
             // The cursor only moves forward: points out of x order are followed
             // as far as a forward scan allows, never sorted.
             int32_t j = cursor + 1;
-            while (j < w.count - 1 && w[j].x < x)
+            while (j < pointCount - 1 && w[size_t(j)].x < x)
                 ++j;
             cursor = j - 1;
-            Point2D const a = w[j - 1];
-            Point2D const b = w[j];
+            Point2D const a = w[size_t(j - 1)];
+            Point2D const b = w[size_t(j)];
             float const t = b.x == a.x ? 0.0f : (x - a.x) / (b.x - a.x);
             value = float(double(a.y) * (1.0 - double(t)) + double(t * b.y));
         }
