@@ -66,7 +66,7 @@ ToneCurve::ToneCurve(int interiorPoints)
     // Every curve variable of every filter copy starts as one of these few
     // straight lines: smooth each once per process rather than per copy.
     static std::mutex lock;
-    static std::map<int, GrowArray<uint64_t>> smoothedLines;
+    static std::map<int, std::shared_ptr<uint64_t const[]>> smoothedLines;
     std::lock_guard<std::mutex> guard(lock);
     auto const known = smoothedLines.find(interiorPoints);
     if (known != smoothedLines.end()) {
@@ -189,11 +189,12 @@ void ToneCurve::updateSmoothVals()
 
 void ToneCurve::pairNeighbours(GrowArray<float> const& table)
 {
-    neighbours.count = 0;
+    std::shared_ptr<uint64_t[]> pairs(new uint64_t[size_t(table.count)]);
     for (int i = 0; i < table.count; ++i) {
         float const next = table[i + 1 < table.count ? i + 1 : i];
-        neighbours.add(uint64_t(fastPow::bitsOf(table[i])) | uint64_t(fastPow::bitsOf(next)) << 32);
+        pairs[size_t(i)] = uint64_t(fastPow::bitsOf(table[i])) | uint64_t(fastPow::bitsOf(next)) << 32;
     }
+    neighbours = std::move(pairs);
 }
 
 namespace {
@@ -230,10 +231,10 @@ WIDEST_VECTORS void curveSamples(uint64_t const* __restrict neighbours, float* _
 
 void ToneCurve::lookupChannels(float* values, int count, float scale) const
 {
-    curveSamples(neighbours.data, values, count, 9.996079f, 1.0f / 255.0f, scale, entry(0), entry(lastEntry));
+    curveSamples(neighbours.get(), values, count, 9.996079f, 1.0f / 255.0f, scale, entry(0), entry(lastEntry));
 }
 
 void ToneCurve::lookupValues(float* values, int count) const
 {
-    curveSamples(neighbours.data, values, count, float(lastEntry), 1.0f, 1.0f, entry(0), entry(lastEntry));
+    curveSamples(neighbours.get(), values, count, float(lastEntry), 1.0f, 1.0f, entry(0), entry(lastEntry));
 }

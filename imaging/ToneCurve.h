@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <memory>
 
 #include "core/GrowArray.h"
 #include "core/GrowString.h"
@@ -74,11 +75,12 @@ public:
 
 private:
     GrowArray<Point2D> controlPoints;
-    // The table: entry i's bits, and entry i + 1's above them (the last
-    // entry's twice), so that a lookup reads both neighbours of a position
-    // in one load, which matters most where many samples are looked up in
-    // one vectorised loop.
-    GrowArray<uint64_t> neighbours;
+    // The table of tableSize entries: entry i's bits, and entry i + 1's
+    // above them (the last entry's twice), so that a lookup reads both
+    // neighbours of a position in one load, which matters most where many
+    // samples are looked up in one vectorised loop. Never changed once made,
+    // so copies of the curve (every copy of its filter) share it.
+    std::shared_ptr<uint64_t const[]> neighbours;
 
     static float lowerOf(uint64_t both)
     {
