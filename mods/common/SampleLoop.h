@@ -209,25 +209,42 @@ void forEachPixel(FlexImage<T>* image, Rule rule)
 constexpr int colourBlockPixels = 256;
 
 // The reds, greens and blues of count pixels of `channels` samples apart,
-// and back: with the stride known when compiled, the loops vectorise.
-template <int channels, typename T>
-WIDEST_VECTORS void partColours(T const* pixels, int count, float* red, float* green, float* blue)
+// and back. Stride is the channel count when known while compiling (3 or
+// 4), which lets the loops vectorise, or 0 for any other.
+template <int Stride, typename T>
+WIDEST_VECTORS void partColours(T const* pixels, int channels, int count, float* red, float* green, float* blue)
 {
+    size_t const n = size_t(Stride > 0 ? Stride : channels);
     for (int i = 0; i < count; ++i) {
-        red[i] = float(pixels[channels * i]);
-        green[i] = float(pixels[channels * i + 1]);
-        blue[i] = float(pixels[channels * i + 2]);
+        red[i] = float(pixels[n * size_t(i)]);
+        green[i] = float(pixels[n * size_t(i) + 1]);
+        blue[i] = float(pixels[n * size_t(i) + 2]);
     }
 }
 
-template <int channels, typename T>
-WIDEST_VECTORS void joinColours(float const* red, float const* green, float const* blue, int count, T* pixels)
+template <int Stride, typename T>
+WIDEST_VECTORS void joinColours(float const* red, float const* green, float const* blue, int channels, int count,
+                                T* pixels)
 {
+    size_t const n = size_t(Stride > 0 ? Stride : channels);
     for (int i = 0; i < count; ++i) {
-        pixels[channels * i] = FlexImage<T>::storeSample(red[i]);
-        pixels[channels * i + 1] = FlexImage<T>::storeSample(green[i]);
-        pixels[channels * i + 2] = FlexImage<T>::storeSample(blue[i]);
+        pixels[n * size_t(i)] = FlexImage<T>::storeSample(red[i]);
+        pixels[n * size_t(i) + 1] = FlexImage<T>::storeSample(green[i]);
+        pixels[n * size_t(i) + 2] = FlexImage<T>::storeSample(blue[i]);
     }
+}
+
+// job(std::integral_constant<int, Stride>) with Stride the channel count
+// where a loop has its own build for it (3 or 4), else 0.
+template <typename Job>
+void withColourStride(int channels, Job job)
+{
+    if (channels == 3)
+        job(std::integral_constant<int, 3>());
+    else if (channels == 4)
+        job(std::integral_constant<int, 4>());
+    else
+        job(std::integral_constant<int, 0>());
 }
 
 // blockRule(red, green, blue, count) on the first three samples of every
@@ -249,15 +266,13 @@ void forEachColourBlock(FlexImage<T>* image, BlockRule blockRule)
         for (size_t start = 0; start < pixels; start += block) {
             int const count = int(std::min(block, pixels - start));
             T* const q = p + start * size_t(channels);
-            if (channels == 3)
-                partColours<3>(q, count, red, green, blue);
-            else
-                partColours<4>(q, count, red, green, blue);
+            withColourStride(channels, [&](auto stride) {
+                partColours<decltype(stride)::value>(q, channels, count, red, green, blue);
+            });
             blockRule(red, green, blue, count);
-            if (channels == 3)
-                joinColours<3>(red, green, blue, count, q);
-            else
-                joinColours<4>(red, green, blue, count, q);
+            withColourStride(channels, [&](auto stride) {
+                joinColours<decltype(stride)::value>(red, green, blue, channels, count, q);
+            });
         }
     });
 }

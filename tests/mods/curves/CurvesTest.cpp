@@ -98,7 +98,7 @@ TEST(CurveFilters, ChannelCurvesActOnTheirOwnChannels)
 
 // Rows longer than the filters' blocks of samples: red inverted, green
 // kept, blue flat at the middle (RGB Curve: all three inverted), each pixel
-// its own.
+// its own, with three, four and five samples a pixel.
 TEST(CurveFilters, ChannelCurvesKeepEveryPixelOfALongRowApart)
 {
     ImageModRGBCurves curves;
@@ -106,21 +106,27 @@ TEST(CurveFilters, ChannelCurvesKeepEveryPixelOfALongRowApart)
     setCurve(curves, 1, "0 0 1 1");
     setCurve(curves, 2, "0 .5 1 .5");
     ImageModRGBCombinedCurve tone(1.0f, inverted);
-    for (ImageMod* mod : std::initializer_list<ImageMod*>{&curves, &tone}) {
-        FlexImage<float> row(600, 1, 3);
-        for (int x = 0; x < 600; ++x)
-            for (int c = 0; c < 3; ++c)
-                row.pixelAt(x, 0)[c] = float((x * 7 + c * 50) % 256);
-        mod->applyMod(&row, nullptr);
-        bool const perChannel = mod == &curves;
-        for (int x = 0; x < 600; ++x) {
-            float const* p = row.pixelAt(x, 0);
-            float const red = float((x * 7) % 256), green = float((x * 7 + 50) % 256), blue = float((x * 7 + 100) % 256);
-            EXPECT_NEAR(p[0], 255.0f - red, 1e-2f) << "pixel " << x;
-            EXPECT_NEAR(p[1], perChannel ? green : 255.0f - green, 1e-2f) << "pixel " << x;
-            EXPECT_NEAR(p[2], perChannel ? 127.5f : 255.0f - blue, 1e-2f) << "pixel " << x;
+    for (ImageMod* mod : std::initializer_list<ImageMod*>{&curves, &tone})
+        for (int channels : {3, 4, 5}) {
+            SCOPED_TRACE(testing::Message() << channels << " channels");
+            FlexImage<float> row(600, 1, channels);
+            for (int x = 0; x < 600; ++x)
+                for (int c = 0; c < channels; ++c)
+                    row.pixelAt(x, 0)[c] = c < 3 ? float((x * 7 + c * 50) % 256) : 77.0f;
+            mod->applyMod(&row, nullptr);
+            bool const perChannel = mod == &curves;
+            for (int x = 0; x < 600; ++x) {
+                float const* p = row.pixelAt(x, 0);
+                float const red = float((x * 7) % 256), green = float((x * 7 + 50) % 256),
+                            blue = float((x * 7 + 100) % 256);
+                EXPECT_NEAR(p[0], 255.0f - red, 1e-2f) << "pixel " << x;
+                EXPECT_NEAR(p[1], perChannel ? green : 255.0f - green, 1e-2f) << "pixel " << x;
+                EXPECT_NEAR(p[2], perChannel ? 127.5f : 255.0f - blue, 1e-2f) << "pixel " << x;
+                // RGB Curves leaves what follows red, green and blue alone.
+                for (int c = 3; perChannel && c < channels; ++c)
+                    EXPECT_EQ(p[c], 77.0f) << "pixel " << x << " sample " << c;
+            }
         }
-    }
 }
 
 TEST(CurveFilters, HighlightsAndShadowsConfineTheirChange)
