@@ -1,11 +1,11 @@
 #pragma once
 
 #include <cstdint>
-#include <cstring>
 #include <memory>
 
 #include "core/GrowArray.h"
 #include "core/GrowString.h"
+#include "imaging/FastPow.h"
 
 struct Point2D
 {
@@ -82,14 +82,8 @@ private:
     // so copies of the curve (every copy of its filter) share it.
     std::shared_ptr<uint64_t const[]> neighbours;
 
-    static float lowerOf(uint64_t both)
-    {
-        uint32_t const bits = uint32_t(both);
-        float v;
-        std::memcpy(&v, &bits, sizeof v);
-        return v;
-    }
-    static float upperOf(uint64_t both) { return lowerOf(both >> 32); }
+    static float lowerOf(uint64_t both) { return fastPow::fromBits(uint32_t(both)); }
+    static float upperOf(uint64_t both) { return fastPow::fromBits(uint32_t(both >> 32)); }
 
     void normaliseEnds();
     void pairNeighbours(GrowArray<float> const& table);
