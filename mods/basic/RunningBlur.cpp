@@ -516,8 +516,9 @@ private:
     }
 
     // The blurred samples at prefix positions first.. with the kernels of
-    // shapes, one a position. The pieces' bounds as prefix positions: left A..B, middle
-    // B..C, right C..D (an empty side reads one prefix twice: sums of 0).
+    // shapes, one a position. The pieces' bounds as prefix positions: left
+    // A..B, middle B..C, right C..D (an empty side reads one prefix twice:
+    // sums of 0).
     // Sums over absolute positions j become sums over offsets j - X: S1 =
     // P1 - X P0 and S2 = P2 - 2 X P1 + X^2 P0. The sides' sums are combined
     // as whole numbers before they are moved to the centre and turned into
