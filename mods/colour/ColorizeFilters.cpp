@@ -21,16 +21,10 @@ namespace {
 template <typename T>
 void colorizeRow(T* row, int count, float const* shifts, OVRGBColor colour, OVRGBColor complement, float* scratch)
 {
-    auto deviations = [](OVRGBColor const& k, double* out) {
-        double const mean = (double(k.red) + k.green + k.blue) * (1.0 / 3.0);
-        out[0] = k.red - mean;
-        out[1] = k.green - mean;
-        out[2] = k.blue - mean;
-    };
     double toward[3];
     double away[3];
-    deviations(colour, toward);
-    deviations(complement, away);
+    colourRules::deviationsFromGrey(colour, toward);
+    colourRules::deviationsFromGrey(complement, away);
     float* const offsets = scratch;
     widestLoop(count, [=, &toward, &away](int x) {
         float const w = shifts[x];

@@ -27,13 +27,29 @@ inline float tintChannel(float c, float k, float a)
     return c * (1.0f - a) + k * a;
 }
 
+// A colour's red, green and blue less its own grey (their mean).
+inline void deviationsFromGrey(OVRGBColor const& colour, double* deviations)
+{
+    double const mean = (double(colour.red) + colour.green + colour.blue) * (1.0 / 3.0);
+    deviations[0] = colour.red - mean;
+    deviations[1] = colour.green - mean;
+    deviations[2] = colour.blue - mean;
+}
+
 // Colorize: the colour's deviation from its own grey, times a.
 inline void colorizeOffsets(OVRGBColor const& colour, float a, float* offsets)
 {
-    double const mean = (double(colour.red) + colour.green + colour.blue) * (1.0 / 3.0);
-    offsets[0] = float((colour.red - mean) * a);
-    offsets[1] = float((colour.green - mean) * a);
-    offsets[2] = float((colour.blue - mean) * a);
+    double deviations[3];
+    deviationsFromGrey(colour, deviations);
+    for (int c = 0; c < 3; ++c)
+        offsets[c] = float(deviations[c] * a);
+}
+
+// Screen: toward the screen of the channel with the colour's component k,
+// 255 - (255 - c)(255 - k) / 255, by a; unclamped.
+inline float screenChannel(float c, float k, float a)
+{
+    return tintChannel(c, 255.0f - (255.0f - c) * (255.0f - k) / 255.0f, a);
 }
 
 // Dye: the dye's hue and saturation at the pixel's brightness. Version 2
@@ -112,7 +128,7 @@ inline void applyMethod(float* rgb, OVRGBColor const& k, HSV const& dye, float a
             rgb[c] += (components[c] - 127.5f) * a;
     } else if constexpr (method == Screen) {
         for (int c = 0; c < 3; ++c)
-            rgb[c] = tintChannel(rgb[c], 255.0f - (255.0f - rgb[c]) * (255.0f - components[c]) / 255.0f, a);
+            rgb[c] = screenChannel(rgb[c], components[c], a);
     } else if constexpr (method == Multiply) {
         for (int c = 0; c < 3; ++c)
             rgb[c] = tintChannel(rgb[c], rgb[c] * components[c] / 255.0f, a);

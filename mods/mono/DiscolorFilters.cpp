@@ -33,10 +33,7 @@ void screenRow(T* row, int width, OVRGBColor colour, float const* strengths)
     float const kb = colour.blue;
     widestLoop(width, [=](int i) {
         float const w = strengths[i];
-        auto screened = [w](float v, float k) {
-            float const screen = 255.0f - (255.0f - v) * (255.0f - k) / 255.0f;
-            return colourRules::clampChannel(colourRules::tintChannel(v, screen, w));
-        };
+        auto screened = [w](float v, float k) { return colourRules::clampChannel(colourRules::screenChannel(v, k, w)); };
         T* const p = row + 3 * i;
         p[0] = FlexImage<T>::storeSample(screened(float(p[0]), kr));
         p[1] = FlexImage<T>::storeSample(screened(float(p[1]), kg));
