@@ -442,12 +442,18 @@ class LinePrefixSums
 public:
     LinePrefixSums(int channels, int pad) : channels(channels), pad(pad) {}
 
-    void build(float const* samples, int length)
+    // Only the prefixes that the windows of positions [from, to) read are
+    // made: from the first window's start to the last one's end. Inside a
+    // picture the lines are read with a margin of the largest reach, so the
+    // pads are then never summed at all.
+    void build(float const* samples, int length, int from, int to)
     {
         positions = size_t(length) + 2 * size_t(pad);
         prefix.resize(size_t(3 * channels) * (positions + 1));
+        size_t const begin = size_t(std::max(from, 0));
+        size_t const end = std::min(positions, size_t(std::max(to, 0)) + 2 * size_t(pad));
         for (int c = 0; c < channels; ++c)
-            buildChannel(samples + c, length, plane(c, 0), plane(c, 1), plane(c, 2));
+            buildChannel(samples + c, length, begin, end, plane(c, 0), plane(c, 1), plane(c, 2));
     }
 
     // Positions [from, from + count) blurred, each with its own kernel of
@@ -487,9 +493,10 @@ private:
     // before the line, the line, and the pad after it. The samples are whole
     // numbers of at most 24 bits, which convert through int32 in one
     // instruction.
-    void buildChannel(float const* samples, int length, uint64_t* p0, uint64_t* p1, uint64_t* p2) const
+    void buildChannel(float const* samples, int length, size_t begin, size_t end, uint64_t* p0, uint64_t* p1,
+                      uint64_t* p2) const
     {
-        p0[0] = p1[0] = p2[0] = 0;
+        p0[begin] = p1[begin] = p2[begin] = 0;
         auto const sampleAt = [&](int x) { return uint64_t(uint32_t(int32_t(samples[size_t(x) * channels]))); };
         // The running sums stay in registers: read back from the planes,
         // each step would wait for the store before it.
@@ -510,9 +517,10 @@ private:
         size_t const lineEnd = lineStart + size_t(length);
         uint64_t const first = sampleAt(0);
         uint64_t const last = sampleAt(length - 1);
-        add(0, lineStart, [first](size_t) { return first; });
-        add(lineStart, lineEnd, [&](size_t j) { return sampleAt(int(j - lineStart)); });
-        add(lineEnd, positions, [last](size_t) { return last; });
+        auto const within = [&](size_t at) { return std::clamp(at, begin, end); };
+        add(within(0), within(lineStart), [first](size_t) { return first; });
+        add(within(lineStart), within(lineEnd), [&](size_t j) { return sampleAt(int(j - lineStart)); });
+        add(within(lineEnd), within(positions), [last](size_t) { return last; });
     }
 
     // The blurred samples at prefix positions first.. with the kernels of
@@ -583,7 +591,7 @@ void sweepVarying(float const* in, int lines, int length, int channels, float co
     LineShapes shapes;
     std::vector<float> blurred(size_t(std::max(made, 0)) * channels);
     for (int line = 0; line < lines; ++line) {
-        sums.build(in + size_t(line) * length * channels, length);
+        sums.build(in + size_t(line) * length * channels, length, from, to);
         shapes.make(method, radii + size_t(line) * radiiStride + from, made, scale);
         sums.blurLine(from, made, shapes, blurred.data(), out + size_t(line) * made * channels);
     }
