@@ -29,7 +29,8 @@ PixelRect grownWithin(PixelRect rect, int reach, int width, int height);
 // context around it; the filters after it read only so far into that halo,
 // and the rest of it is thrown away. A filter whose cost grows with the area
 // it works on (the blurs) works on the used part only and may leave the rest
-// as it was. Without a renderer the whole image is used.
+// as it was, or use it as scratch. Without a renderer the whole image is
+// used.
 //
 // The region belongs to the thread applying a filter: a renderer narrows it
 // around each filter it applies, and a filter that applies others to the

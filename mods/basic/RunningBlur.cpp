@@ -794,10 +794,60 @@ PiecewiseKernel PiecewiseKernel::forBlur(BlurMethod method, float x, int r)
 }
 
 
+// The passes work through the picture a strip at a time, so that their
+// scratch planes hold a strip, not the whole picture: a wide blur's tiles
+// are large, and planes of their size took most of its memory.
+// Rows: a strip of rows with rows and columns exchanged is a plane whose
+// columns are the picture's rows, and the pass is a sweep down the plane's
+// rows. The results go back into the picture's rows, stored as the picture
+// stores samples; rows of the halo that the columns pass reads but nothing
+// after it does are changed too.
+template <typename T>
+void blurRowsByStrips(FlexImage<T>* image, PiecewiseKernel const& kernel, double scale, PixelRect used,
+                      PixelRect read, BlurScratch& keep)
+{
+    int const channels = image->channels;
+    size_t const imageStride = size_t(image->width) * channels;
+    int const stripRows = std::max(1, int(sweepStripWidth) / channels);
+    float* plane = keep.plane.atLeast(size_t(read.width()) * stripRows * channels);
+    float* blurred = keep.blurred.atLeast(size_t(used.width()) * stripRows * channels);
+    for (int top = read.top; top < read.bottom; top += stripRows) {
+        int const rows = std::min(stripRows, read.bottom - top);
+        size_t const planeStride = size_t(rows) * channels;
+        exchangeRowsAndColumns(image->pixelAt(read.left, top), imageStride, rows, read.width(), channels, plane,
+                               planeStride, quantisedBy(scale));
+        sweepRows(plane, planeStride, read.width(), used.left - read.left, used.right - read.left, kernel, scale,
+                  keep.sums, blurred);
+        exchangeRowsAndColumns(blurred, planeStride, used.width(), rows, channels, image->pixelAt(used.left, top),
+                               imageStride, storedAs<T>());
+    }
+}
+
+// Columns: a strip of columns, as wide as one sweep takes, quantised into a
+// plane of its own and swept down.
+template <typename T>
+void blurColumnsByStrips(FlexImage<T>* image, PiecewiseKernel const& kernel, double scale, PixelRect used,
+                         PixelRect read, BlurScratch& keep)
+{
+    size_t const usedSamples = size_t(used.width()) * image->channels;
+    float* plane = keep.plane.atLeast(sweepStripWidth * size_t(read.height()));
+    float* blurred = keep.blurred.atLeast(sweepStripWidth * size_t(used.height()));
+    for (size_t first = 0; first < usedSamples; first += sweepStripWidth) {
+        size_t const width = std::min(sweepStripWidth, usedSamples - first);
+        for (int y = read.top; y < read.bottom; ++y) {
+            T const* row = image->pixelAt(used.left, y) + first;
+            std::transform(row, row + width, plane + size_t(y - read.top) * width, quantisedBy(scale));
+        }
+        sweepRows(plane, width, read.height(), used.top - read.top, used.bottom - read.top, kernel, scale,
+                  keep.sums, blurred);
+        for (int y = used.top; y < used.bottom; ++y)
+            storePlane(blurred + size_t(y - used.top) * width, width, image->pixelAt(used.left, y) + first);
+    }
+}
+
 template <typename T>
 void runningSeparableBlur(FlexImage<T>* image, PiecewiseKernel const& kernel)
 {
-    int const channels = image->channels;
     PixelRect const used = UsedRegion::of(image->width, image->height);
     if (used.width() <= 0 || used.height() <= 0 || isIdentity(kernel))
         return;
@@ -805,23 +855,9 @@ void runningSeparableBlur(FlexImage<T>* image, PiecewiseKernel const& kernel)
     // The rows pass makes the used columns of every row the columns pass
     // reads, from the columns around them.
     PixelRect const read = grownWithin(used, kernel.reach, image->width, image->height);
-    size_t const imageStride = size_t(image->width) * channels;
-    size_t const samples = size_t(read.width()) * read.height() * channels;
     auto const lease = blurScratchPool().lease();
-    BlurScratch& keep = *lease;
-    float* plane = keep.plane.atLeast(samples);
-    float* blurred = keep.blurred.atLeast(samples);
-    // Rows: with rows and columns exchanged, each row of the picture is a
-    // column of the plane, and the pass is a sweep down the plane's rows.
-    exchangeRowsAndColumns(image->pixelAt(read.left, read.top), imageStride, read.height(), read.width(), channels,
-                           plane, size_t(read.height()) * channels, quantisedBy(scale));
-    sweepRows(plane, size_t(read.height()) * channels, read.width(), used.left - read.left, used.right - read.left,
-              kernel, scale, keep.sums, blurred);
-    // Exchanged back, stored as the image stores samples and quantised.
-    exchangeRowsAndColumns(blurred, used.width(), read.height(), channels, plane, storedAndQuantisedBy<T>(scale));
-    sweepRows(plane, size_t(used.width()) * channels, read.height(), used.top - read.top, used.bottom - read.top,
-              kernel, scale, keep.sums, blurred);
-    storeBlock(blurred, used, image);
+    blurRowsByStrips(image, kernel, scale, used, read, *lease);
+    blurColumnsByStrips(image, kernel, scale, used, read, *lease);
 }
 
 template <typename T>
