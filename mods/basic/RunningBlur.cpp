@@ -379,26 +379,12 @@ void exchangeRowsAndColumns(In const* in, size_t inStride, int rows, int length,
         exchangeRowsAndColumns<0>(in, inStride, rows, length, channels, out, outStride, change);
 }
 
-// A plane of rows x length pixels, contiguous, exchanged as it is.
-template <typename Change>
-void exchangeRowsAndColumns(float const* in, int rows, int length, int channels, float* out, Change change)
-{
-    exchangeRowsAndColumns(in, size_t(length) * channels, rows, length, channels, out, size_t(rows) * channels,
-                           change);
-}
-
 // The changes made on the way: a sample quantised; a pass result stored as
-// the image stores samples (8-bit blurs truncate between the passes), then
-// quantised for the next pass; a result stored.
+// the image stores samples (8-bit blurs truncate between the passes, and
+// the next pass quantises what was stored).
 auto quantisedBy(double scale)
 {
     return [scale](auto sample) { return quantised(float(sample), scale); };
-}
-
-template <typename T>
-auto storedAndQuantisedBy(double scale)
-{
-    return [scale](float v) { return quantised(float(FlexImage<T>::storeSample(clamp255(v))), scale); };
 }
 
 template <typename T>
@@ -860,41 +846,76 @@ void runningSeparableBlur(FlexImage<T>* image, PiecewiseKernel const& kernel)
     blurColumnsByStrips(image, kernel, scale, used, read, *lease);
 }
 
+// The varying blur's passes also go a strip at a time, their results back
+// into the picture (see blurRowsByStrips). Rows: a strip of rows quantised
+// and blurred along.
+constexpr int varyingStripLines = 32;
+
 template <typename T>
-void runningVariableBlur(FlexImage<T>* image, float const* radii, BlurMethod method, float largestRadius)
+void blurVaryingRowsByStrips(FlexImage<T>* image, float const* radii, BlurMethod method, double scale, int reach,
+                             PixelRect used, PixelRect read, BlurScratch& keep)
 {
     int const width = image->width;
     int const channels = image->channels;
-    PixelRect const used = UsedRegion::of(width, image->height);
+    size_t const readSamples = size_t(read.width()) * channels;
+    size_t const usedSamples = size_t(used.width()) * channels;
+    float* plane = keep.plane.atLeast(readSamples * varyingStripLines);
+    float* blurred = keep.blurred.atLeast(usedSamples * varyingStripLines);
+    for (int top = read.top; top < read.bottom; top += varyingStripLines) {
+        int const lines = std::min(varyingStripLines, read.bottom - top);
+        for (int y = top; y < top + lines; ++y) {
+            T const* row = image->pixelAt(read.left, y);
+            std::transform(row, row + readSamples, plane + size_t(y - top) * readSamples, quantisedBy(scale));
+        }
+        sweepVarying(plane, lines, read.width(), channels, radii + size_t(top) * width + read.left, size_t(width),
+                     used.left - read.left, used.right - read.left, method, scale, reach, blurred);
+        for (int y = top; y < top + lines; ++y)
+            storePlane(blurred + size_t(y - top) * usedSamples, usedSamples, image->pixelAt(used.left, y));
+    }
+}
+
+// Columns: a strip of columns, and its radii, with rows and columns
+// exchanged, so that each column is a line.
+template <typename T>
+void blurVaryingColumnsByStrips(FlexImage<T>* image, float const* radii, BlurMethod method, double scale, int reach,
+                                PixelRect used, PixelRect read, BlurScratch& keep)
+{
+    int const width = image->width;
+    int const channels = image->channels;
+    size_t const imageStride = size_t(width) * channels;
+    size_t const lineSamples = size_t(read.height()) * channels;
+    size_t const madeSamples = size_t(used.height()) * channels;
+    float* plane = keep.plane.atLeast(lineSamples * varyingStripLines);
+    float* blurred = keep.blurred.atLeast(madeSamples * varyingStripLines);
+    float* columnRadii = keep.radii.atLeast(size_t(read.height()) * varyingStripLines);
+    for (int left = used.left; left < used.right; left += varyingStripLines) {
+        int const lines = std::min(varyingStripLines, used.right - left);
+        exchangeRowsAndColumns(image->pixelAt(left, read.top), imageStride, read.height(), lines, channels, plane,
+                               lineSamples, quantisedBy(scale));
+        exchangeRowsAndColumns(radii + size_t(read.top) * width + left, size_t(width), read.height(), lines, 1,
+                               columnRadii, size_t(read.height()), unchanged());
+        sweepVarying(plane, lines, read.height(), channels, columnRadii, size_t(read.height()), used.top - read.top,
+                     used.bottom - read.top, method, scale, reach, blurred);
+        exchangeRowsAndColumns(blurred, madeSamples, lines, used.height(), channels, image->pixelAt(left, used.top),
+                               imageStride, storedAs<T>());
+    }
+}
+
+template <typename T>
+void runningVariableBlur(FlexImage<T>* image, float const* radii, BlurMethod method, float largestRadius)
+{
+    PixelRect const used = UsedRegion::of(image->width, image->height);
     if (used.width() <= 0 || used.height() <= 0)
         return;
     // Past a million pixels the scale has long reached its floor.
     double const scale = scaleFor(largestRadius > 0.0f ? int(std::ceil(std::min(largestRadius, 1.0e6f))) : 0);
-    int const reach = reachOfLargest(radii, size_t(width) * image->height);
-    PixelRect const read = grownWithin(used, reach, width, image->height);
-    size_t const samples = size_t(read.width()) * read.height() * channels;
+    int const reach = reachOfLargest(radii, size_t(image->width) * image->height);
+    // The rows pass makes the used columns of every row the columns pass
+    // reads.
+    PixelRect const read = grownWithin(used, reach, image->width, image->height);
     auto const lease = blurScratchPool().lease();
-    BlurScratch& keep = *lease;
-    float* plane = keep.plane.atLeast(samples);
-    float* blurred = keep.blurred.atLeast(samples);
-    float* columnRadii = keep.radii.atLeast(size_t(used.width()) * read.height());
-    // Rows: the used columns of every row the columns pass reads.
-    size_t const rowSamples = size_t(read.width()) * channels;
-    for (int y = read.top; y < read.bottom; ++y) {
-        T const* row = image->pixelAt(read.left, y);
-        std::transform(row, row + rowSamples, plane + size_t(y - read.top) * rowSamples, quantisedBy(scale));
-    }
-    sweepVarying(plane, read.height(), read.width(), channels, radii + size_t(read.top) * width + read.left, width,
-                 used.left - read.left, used.right - read.left, method, scale, reach, blurred);
-    // Columns: rows and columns exchanged, radii too, the rows' results
-    // stored as the image stores samples.
-    exchangeRowsAndColumns(radii + size_t(read.top) * width + used.left, size_t(width), read.height(), used.width(),
-                           1, columnRadii, size_t(read.height()), unchanged());
-    exchangeRowsAndColumns(blurred, read.height(), used.width(), channels, plane, storedAndQuantisedBy<T>(scale));
-    sweepVarying(plane, used.width(), read.height(), channels, columnRadii, read.height(), used.top - read.top,
-                 used.bottom - read.top, method, scale, reach, blurred);
-    exchangeRowsAndColumns(blurred, size_t(used.height()) * channels, used.width(), used.height(), channels,
-                           image->pixelAt(used.left, used.top), size_t(width) * channels, storedAs<T>());
+    blurVaryingRowsByStrips(image, radii, method, scale, reach, used, read, *lease);
+    blurVaryingColumnsByStrips(image, radii, method, scale, reach, used, read, *lease);
 }
 
 template <typename T>
