@@ -146,14 +146,21 @@ int generateRows(VipsRegion* out, void* sequence, void*, void* renderArgument, g
 
 // The rendered photo as an image the saver can pull, in bands of the
 // renderer's height (a line cache hands the saver's smaller strips out of
-// them).
-bool renderedImage(StreamedRender* render, VipsRef* result)
+// them). A chain without a halo renders any strip asked for at no extra
+// cost, so when every row is read once (no resize after it), the saver's
+// strips are rendered as they are asked for, into the saver's own buffers:
+// a cache of bands would only be more memory to fault in.
+bool renderedImage(StreamedRender* render, bool rowsReadOnce, VipsRef* result)
 {
     VipsRef generated(vips_image_new());
     if (vips_image_pipelinev(generated.get(), VIPS_DEMAND_STYLE_FATSTRIP, render->photo, nullptr) != 0 ||
         vips_image_generate(generated.get(), vips_start_one, generateRows, vips_stop_one, render->photo,
                             render) != 0)
         return false;
+    if (rowsReadOnce && render->bands->haloRadius() == 0) {
+        result->replaceWith(generated);
+        return true;
+    }
     return vips_linecache(generated.get(), result->out(), "tile_height", render->bands->bandHeight(), "access",
                           VIPS_ACCESS_SEQUENTIAL, "threaded", TRUE, nullptr) == 0;
 }
@@ -356,7 +363,8 @@ bool renderPhotoFile(QString const& photoPath, ImageMod* mod, QString const& out
     render.bands = &bands;
     render.photo = photo.get();
     VipsRef ready;
-    if (!renderedImage(&render, &ready) || !resize(ready, outputWidth, outputHeight) ||
+    bool const resized = outputWidth != width || outputHeight != height;
+    if (!renderedImage(&render, !resized, &ready) || !resize(ready, outputWidth, outputHeight) ||
         !prepareForFormat(ready, format, deep)) {
         failure->reason = "cannot encode: " + libraryMessage();
         return false;
