@@ -201,11 +201,13 @@ void convolveClamped(FlexImage<T>* image, float const* kernel, int r)
 template <typename T>
 void blendWithOriginal(FlexImage<T>* out, FlexImage<T> const& orig, float mix)
 {
-    size_t const n = std::min(out->sampleCount(), orig.sampleCount());
-    T* const blurred = out->pixels;
-    T const* const original = orig.pixels;
-    widestLoop(n, [blurred, original, mix](size_t i) {
-        blurred[i] = FlexImage<T>::storeSample(clamp255(float(original[i]) * (1.0f - mix) + float(blurred[i]) * mix));
+    forEachUsedRow(out, [&orig, mix, channels = out->channels, top = UsedRegion::of(out->width, out->height).top](
+                            int y, int, T* blurred, int width) {
+        T const* original = orig.pixelAt(0, y - top);
+        widestLoop(size_t(width) * channels, [blurred, original, mix](size_t i) {
+            blurred[i] =
+                FlexImage<T>::storeSample(clamp255(float(original[i]) * (1.0f - mix) + float(blurred[i]) * mix));
+        });
     });
 }
 

@@ -30,6 +30,8 @@ void separableBlur(FlexImage<T>* image, float const* kernel, int r);
 template <typename T>
 void convolveClamped(FlexImage<T>* image, float const* kernel, int r);
 
-// out = clamp(orig * (1 - mix) + out * mix).
+// out = clamp(orig * (1 - mix) + out * mix) over the used part of out (see
+// UsedRegion), whose samples orig holds (its own pixel 0, 0 at the part's
+// top left).
 template <typename T>
 void blendWithOriginal(FlexImage<T>* out, FlexImage<T> const& orig, float mix);

@@ -5,6 +5,7 @@
 
 #include "core/SampleMemory.h"
 #include "core/ScratchPool.h"
+#include "mods/UsedRegion.h"
 #include "mods/basic/BlurKernels.h"
 #include "mods/basic/RunningBlur.h"
 
@@ -53,6 +54,18 @@ ScratchPool<SampleBuffer<T>>& originalsPool()
     return *pool;
 }
 
+// The used part of image (see UsedRegion) into original, over memory.
+template <typename T>
+void keepUsedPart(FlexImage<T> const& image, SampleBuffer<T>* memory, FlexImage<T>* original)
+{
+    PixelRect const used = UsedRegion::of(image.width, image.height);
+    size_t const rowSamples = size_t(std::max(used.width(), 0)) * image.channels;
+    original->viewOf(memory->atLeast(rowSamples * size_t(std::max(used.height(), 0))), used.width(), used.height(),
+                     image.channels);
+    for (int y = used.top; y < used.bottom; ++y)
+        std::copy_n(image.pixelAt(used.left, y), rowSamples, original->pixelAt(0, y - used.top));
+}
+
 } // namespace
 
 template <typename T>
@@ -69,12 +82,11 @@ void ImageModBlur::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
     if (mix == 0.0f || r == 0 || m < BlurGaussian || m > BlurCircle)
         return;
 
+    // Only the used part is blurred, kept and mixed.
     auto const originalMemory = originalsPool<T>().lease();
     FlexImage<T> original;
-    if (mix < 1.0f) {
-        original.viewOf(originalMemory->atLeast(image->sampleCount()), image->width, image->height, image->channels);
-        original.copyFromImage(*image, true);
-    }
+    if (mix < 1.0f)
+        keepUsedPart(*image, &*originalMemory, &original);
     // Small kernels run directly; larger ones by running sums, whose cost
     // does not grow with the radius (the disc's by row spans, O(r)).
     GrowArray<float> kernel;

@@ -7,6 +7,7 @@
 #include <type_traits>
 
 #include "mods/ImageModderMulti.h"
+#include "mods/UsedRegion.h"
 #include "mods/basic/BlurKernels.h"
 #include "mods/basic/ImageModBlur.h"
 #include "mods/basic/ImageModDynamics.h"
@@ -119,6 +120,17 @@ TEST(SpatialFilters, BlurSpreadsASpikeByTheKernel)
     half.applyMod(mixed.get(), nullptr);
     EXPECT_FLOAT_EQ(mixed->pixelAt(50, 0)[0], 150.0f);
     EXPECT_FLOAT_EQ(mixed->pixelAt(49, 0)[0], 25.0f);
+
+    // So it does where only part of the row is used (a tile's middle): the
+    // original kept for the mix is that part's own.
+    auto part = spikeRow(100, 200.0f);
+    {
+        UsedRegion::Scope const used(100, 1, PixelRect{45, 0, 60, 1}, 0);
+        half.applyMod(part.get(), nullptr);
+    }
+    EXPECT_FLOAT_EQ(part->pixelAt(50, 0)[0], 150.0f);
+    EXPECT_FLOAT_EQ(part->pixelAt(49, 0)[0], 25.0f);
+    EXPECT_FLOAT_EQ(part->pixelAt(45, 0)[0], 0.0f);
 }
 
 TEST(SpatialFilters, BlurOfAFlatImageStaysFlatAndNeutralSettingsChangeNothing)
