@@ -4,8 +4,9 @@
 #include <cmath>
 #include <vector>
 
-#include "mods/common/SampleLoop.h"
+#include "imaging/FastPow.h"
 #include "mods/common/ColourRules.h"
+#include "mods/common/SampleLoop.h"
 
 ImageModColorOverlay::ImageModColorOverlay(char const* name, int method, float amount, OVRGBColor colour,
                                            char const* text)
@@ -48,7 +49,7 @@ void dyeRows(FlexImage<T>* image, HSV const& dye, float a, int version)
         }
         widestLoop(count, [p, v, s, hue, a](int i) {
             for (int c = 0; c < 3; ++c) {
-                float const dyed = (hue.isValue[c] ? v[i] : (1.0f + hue.k[c] * s[i]) * v[i]) * 255.0f;
+                float const dyed = fastPow::pick(hue.isValue[c], v[i], (1.0f + hue.k[c] * s[i]) * v[i]) * 255.0f;
                 p[3 * i + c] = FlexImage<T>::storeSample(dyed * a + float(p[3 * i + c]) * (1.0f - a));
             }
         });
@@ -82,7 +83,10 @@ void ImageModColorOverlay::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
             });
             return;
         }
-        forEachColourTriple(image, [&colour, &dye, a, dyeVersion](float& red, float& green, float& blue) {
+        // The colour and the dye by value: read through references, they
+        // would be read again after every store, and the loop would not
+        // vectorise.
+        forEachColourTriple(image, [colour, dye, a, dyeVersion](float& red, float& green, float& blue) {
             float rgb[3] = {red, green, blue};
             colourRules::applyMethod<rule>(rgb, colour, dye, a, dyeVersion);
             red = rgb[0];

@@ -33,8 +33,10 @@ void ImageModRGBSwap::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
     // is 0 then, and so is the result.
     if (!std::isfinite(s))
         s = 0.0f;
-    // Each output channel mixes the three inputs (as levels of 0..1).
-    auto const mixed = [&](float red, float green, float blue, float OVRGBColor::*channel) {
+    // Each output channel mixes the three inputs (as levels of 0..1). The
+    // colours are copied in, so that the loops over pixels need not read
+    // them again after every store (which kept them from vectorising).
+    auto const mixed = [c1, c2, c3, s](float red, float green, float blue, float OVRGBColor::*channel) {
         return clamp255((red * (c1.*channel) + green * (c2.*channel) + blue * (c3.*channel)) * s);
     };
     if (image->channels == 3) {

@@ -420,11 +420,11 @@ WIDEST_VECTORS void moveRowLuminance(T* pixels, int width, int channels, int mov
 }
 
 // Moves every pixel's luminance to a target, a row at a time: the row's
-// luminances first, then their targets in one plain loop (which vectorises
-// when the curve does, as a power curve does), then the moves, in the first
-// movedChannels channels. rowTarget(row) gives the row's target(col, L).
-template <typename T, typename RowTarget>
-void moveLuminanceByRows(FlexImage<T>* image, int movedChannels, RowTarget rowTarget)
+// luminances first, then their targets, then the moves, in the first
+// movedChannels channels. rowTargets(y, x0, luminances, targets, width)
+// works out the targets of the width pixels of row y from column x0 on.
+template <typename T, typename RowTargets>
+void moveLuminanceOfRows(FlexImage<T>* image, int movedChannels, RowTargets rowTargets)
 {
     int const channels = image->channels;
     std::vector<float> luminance(size_t(std::max(image->width, 0)));
@@ -432,10 +432,19 @@ void moveLuminanceByRows(FlexImage<T>* image, int movedChannels, RowTarget rowTa
     std::vector<float> sampleScratch(luminance.size() * size_t(std::max(channels, 0)));
     forEachUsedRow(image, [&](int y, int x0, T* p, int width) {
         rowLuminances(p, width, channels, luminance.data());
-        auto const target = rowTarget(y);
-        float* const to = moved.data();
-        float const* const from = luminance.data();
-        widestLoop(width, [target, to, from, x0](int i) { to[i] = target(x0 + i, from[i]); });
+        rowTargets(y, x0, static_cast<float const*>(luminance.data()), moved.data(), width);
         moveRowLuminance(p, width, channels, movedChannels, luminance.data(), moved.data(), sampleScratch.data());
+    });
+}
+
+// The same with a target for each pixel: rowTarget(y) gives row y's
+// target(col, L), worked out in one plain loop (which vectorises when the
+// target does, as a power curve does).
+template <typename T, typename RowTarget>
+void moveLuminanceByRows(FlexImage<T>* image, int movedChannels, RowTarget rowTarget)
+{
+    moveLuminanceOfRows(image, movedChannels, [&rowTarget](int y, int x0, float const* from, float* to, int width) {
+        auto const target = rowTarget(y);
+        widestLoop(width, [target, to, from, x0](int i) { to[i] = target(x0 + i, from[i]); });
     });
 }

@@ -1,5 +1,7 @@
 #include "mods/curves/ToneCurveFilters.h"
 
+#include <algorithm>
+
 #include "imaging/OVRGBColor.h"
 #include "mods/common/SampleLoop.h"
 #include "mods/curves/CurveRules.h"
@@ -49,10 +51,12 @@ void applyCurveByMethod(FlexImage<T>* image, ImageMod const& mod, int method)
         method = ImageModToneCurve::PerChannel;
     switch (method) {
     case ImageModToneCurve::Luminance:
-        // A row at a time: the luminances, their places on the curve, then
-        // the moves (one division a pixel for float pictures).
-        moveLuminanceByRows(image, image->channels, [&](int) {
-            return [&](int, float L) { return blendThroughCurve(L, *curve, a); };
+        // A row at a time: the luminances, their places on the curve (a
+        // block of them in one lookup), then the moves (one division a pixel
+        // for float pictures).
+        moveLuminanceOfRows(image, image->channels, [&](int, int, float const* L, float* targets, int width) {
+            std::copy_n(L, width, targets);
+            blendSamplesThroughCurve(targets, size_t(width), *curve, a);
         });
         break;
     case ImageModToneCurve::Value:
