@@ -62,7 +62,7 @@ void addLuminanceGrain(T* row, int width, int channels, float const* grain, floa
     // The pixels' luminances, replaced by their exponents.
     float* pixelExponents = scratch + size_t(width) * size_t(channels);
     rowLuminances(row, width, channels, pixelExponents);
-    for (int col = 0; col < width; ++col) {
+    widestLoop(width, [pixelExponents, grain, strength](int col) {
         // Samples beyond 0..255 (an earlier filter may leave them) are
         // taken at the nearest end, so that the power stays finite.
         float const L = std::clamp(pixelExponents[col], 0.0f, 255.0f);
@@ -73,7 +73,7 @@ void addLuminanceGrain(T* row, int width, int channels, float const* grain, floa
         float const lighter = 1.0f - d;
         float const darker = 1.0f / (1.0f + d);
         pixelExponents[col] = d >= 0.0f ? lighter : darker;
-    }
+    });
     if constexpr (std::is_same_v<T, float>) {
         if (channels == 3 && allGrey(row, size_t(width))) {
             // A grey pixel's samples all rise alike: one power a pixel.

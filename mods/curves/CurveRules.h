@@ -26,10 +26,10 @@ void blendSamplesThroughCurve(T* samples, size_t n, ToneCurve const& curve, floa
     for (size_t start = 0; start < n; start += curveBlock) {
         int const count = int(std::min(size_t(curveBlock), n - start));
         T* s = samples + start;
-        for (int i = 0; i < count; ++i)
-            curved[i] = float(s[i]);
+        widestLoop(count, [s, &curved](int i) { curved[i] = float(s[i]); });
         curve.lookupChannels(curved, count, 255.0f);
-        for (int i = 0; i < count; ++i)
+        widestLoop(count, [s, &curved, amount](int i) {
             s[i] = FlexImage<T>::storeSample(float(s[i]) * (1.0f - amount) + curved[i] * amount);
+        });
     }
 }
