@@ -756,8 +756,15 @@ private:
 template <typename T>
 void storePlane(float const* values, size_t count, T* out)
 {
-    for (size_t i = 0; i < count; ++i)
-        out[i] = FlexImage<T>::storeSample(clamp255(values[i]));
+    widestLoop(count, [values, out](size_t i) { out[i] = FlexImage<T>::storeSample(clamp255(values[i])); });
+}
+
+// count samples quantised (see quantised) into plane.
+template <typename T>
+void quantisePlane(T const* samples, size_t count, double scale, float* plane)
+{
+    auto const change = quantisedBy(scale);
+    widestLoop(count, [samples, plane, change](size_t i) { plane[i] = change(samples[i]); });
 }
 
 // Values for a block of the image, row after row, stored as the image
@@ -822,7 +829,7 @@ void blurColumnsByStrips(FlexImage<T>* image, PiecewiseKernel const& kernel, dou
         size_t const width = std::min(sweepStripWidth, usedSamples - first);
         for (int y = read.top; y < read.bottom; ++y) {
             T const* row = image->pixelAt(used.left, y) + first;
-            std::transform(row, row + width, plane + size_t(y - read.top) * width, quantisedBy(scale));
+            quantisePlane(row, width, scale, plane + size_t(y - read.top) * width);
         }
         sweepRows(plane, width, read.height(), used.top - read.top, used.bottom - read.top, kernel, scale,
                   keep.sums, blurred);
@@ -865,7 +872,7 @@ void blurVaryingRowsByStrips(FlexImage<T>* image, float const* radii, BlurMethod
         int const lines = std::min(varyingStripLines, read.bottom - top);
         for (int y = top; y < top + lines; ++y) {
             T const* row = image->pixelAt(read.left, y);
-            std::transform(row, row + readSamples, plane + size_t(y - top) * readSamples, quantisedBy(scale));
+            quantisePlane(row, readSamples, scale, plane + size_t(y - top) * readSamples);
         }
         sweepVarying(plane, lines, read.width(), channels, radii + size_t(top) * width + read.left, size_t(width),
                      used.left - read.left, used.right - read.left, method, scale, reach, blurred);
