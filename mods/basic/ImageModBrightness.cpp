@@ -2,6 +2,7 @@
 
 #include <type_traits>
 
+#include "mods/common/CurveThrough.h"
 #include "mods/common/SampleLoop.h"
 
 ImageModBrightness::ImageModBrightness(float amount)
@@ -19,12 +20,10 @@ void ImageModBrightness::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
     float const a = floatVarInRange(0);
     if (a == 1.0f)
         return;
-    ToneCurve curve;
-    curve.setControlPoints(GrowString("0 0 1 1"));
-    if (a >= 1.0f)
-        curve.setControlPoint(0, Point2D{0.0f, a - 1.0f});
-    else
-        curve.setControlPoint(1, Point2D{1.0f, a});
+    GrowArray<Point2D> points;
+    points.add(a >= 1.0f ? Point2D{0.0f, a - 1.0f} : Point2D{0.0f, 0.0f});
+    points.add(a >= 1.0f ? Point2D{1.0f, 1.0f} : Point2D{1.0f, a});
+    ToneCurve const& curve = curveThrough(points);
     if constexpr (std::is_same_v<T, float>) {
         // Two points make a straight curve, so a float picture takes the
         // line between the table's ends (what reading the table gives, to

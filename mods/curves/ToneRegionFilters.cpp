@@ -1,6 +1,7 @@
 #include "mods/curves/ToneRegionFilters.h"
 
 #include "imaging/OVRGBColor.h"
+#include "mods/common/CurveThrough.h"
 #include "mods/common/SampleLoop.h"
 
 namespace {
@@ -72,8 +73,7 @@ void ImageModToneRegion::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
         });
         return;
     }
-    ToneCurve curve;
-    curve.setControlPoints(legacyPoints(amount));
+    ToneCurve const& curve = curveThrough(legacyPoints(amount));
     forEachPixel(image, [&](T* p, int channels) {
         float const L = float(pixelLuminance(p, channels));
         FlexImage<T>::moveLuminance(p, channels, L, curve.lookup(L / 255.0f) * 255.0f);

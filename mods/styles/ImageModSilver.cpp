@@ -11,12 +11,6 @@
 #include "mods/styles/ImageModColorcross.h"
 #include "mods/styles/ImageModMono.h"
 
-namespace {
-
-
-
-} // namespace
-
 ImageModSilver::ImageModSilver(int version)
     : ImageModTemplate("Silver", "Silver Camera")
 {
