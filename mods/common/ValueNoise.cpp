@@ -6,8 +6,6 @@ namespace valueNoise {
 
 namespace {
 
-constexpr int cosineTableSize = 1000;
-
 struct CosineTable
 {
     float values[cosineTableSize];
@@ -19,6 +17,8 @@ struct CosineTable
     }
 };
 
+} // namespace
+
 // Filled by the first caller; the check after that is one load.
 float const* cosineTable()
 {
@@ -26,20 +26,6 @@ float const* cosineTable()
     return table.values;
 }
 
-constexpr double latticePeriod = 4294967296.0;
-
-} // namespace
-
-float cosineWeight(float t)
-{
-    // NaN fails both tests and lands on index 0.
-    int const index = t > 1.0f ? cosineTableSize - 1 : (t > 0.0f ? int(t * 999.9f) : 0);
-    return (1.0f - cosineTable()[index]) * 0.5f;
-}
-
-// The lattice repeats every 2^32 cells (its hash wraps at 32 bits), so a
-// coordinate can be folded into one period first: any finite coordinate,
-// however large, then has a lattice cell that fits the integer types.
 double withinOnePeriod(double v)
 {
     if (!std::isfinite(v))
@@ -47,20 +33,11 @@ double withinOnePeriod(double v)
     return v - latticePeriod * std::floor(v / latticePeriod);
 }
 
-LatticeStep latticeStep(double v)
-{
-    // Most coordinates already lie in the first period, which folds them
-    // onto themselves; a grain tile asks for thousands.
-    if (!(v >= 0.0 && v < latticePeriod))
-        v = withinOnePeriod(v);
-    double const floor = std::floor(v);
-    return LatticeStep{int32_t(int64_t(floor)), cosineWeight(float(v - floor))};
-}
-
 float octave(double x, double y)
 {
-    LatticeStep const sx = latticeStep(x);
-    LatticeStep const sy = latticeStep(y);
+    float const* const table = cosineTable();
+    LatticeStep const sx = latticeStep(table, x);
+    LatticeStep const sy = latticeStep(table, y);
     return octaveAt(sx.cell, sx.weight, sy.cell, sy.weight);
 }
 

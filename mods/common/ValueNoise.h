@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <vector>
 
@@ -23,9 +24,25 @@ inline float latticeValue(int32_t i, int32_t j)
     return 1.0f - float(int32_t(mixed)) * 0x1p-30f;
 }
 
-// (1 - cos(pi t)) / 2 through the shared 1000-entry cosine table, which the
-// first caller fills.
-float cosineWeight(float t);
+// The shared table of cos(pi i / cosineTableSize), which the first caller
+// fills.
+constexpr int cosineTableSize = 1000;
+float const* cosineTable();
+
+// (1 - cos(pi t)) / 2 through the cosine table. Inline, with the table
+// looked up once by the caller: a grain tile asks for thousands.
+inline float cosineWeight(float const* table, float t)
+{
+    // NaN fails both tests and lands on index 0.
+    int const index = t > 1.0f ? cosineTableSize - 1 : (t > 0.0f ? int(t * 999.9f) : 0);
+    return (1.0f - table[index]) * 0.5f;
+}
+
+// The lattice repeats every 2^32 cells (its hash wraps at 32 bits), so a
+// coordinate can be folded into one period first: any finite coordinate,
+// however large, then has a lattice cell that fits the integer types.
+constexpr double latticePeriod = 4294967296.0;
+double withinOnePeriod(double v);
 
 // A noise-space coordinate as its lattice cell and the cosine weight of its
 // place within the cell.
@@ -34,7 +51,16 @@ struct LatticeStep
     int32_t cell;
     float weight;
 };
-LatticeStep latticeStep(double v);
+
+inline LatticeStep latticeStep(float const* table, double v)
+{
+    // Most coordinates already lie in the first period, which folds them
+    // onto themselves.
+    if (!(v >= 0.0 && v < latticePeriod))
+        v = withinOnePeriod(v);
+    double const floor = std::floor(v);
+    return LatticeStep{int32_t(int64_t(floor)), cosineWeight(table, float(v - floor))};
+}
 
 // One octave from the steps of the two coordinates: bilinear between the
 // four lattice values around the point with cosine weights. Separate
@@ -63,18 +89,23 @@ public:
     template <typename XAt>
     OctaveRows(int width, XAt xAt) : cells(size_t(std::max(width, 0))), weights(cells.size())
     {
-        for (int col = 0; col < width; ++col) {
-            LatticeStep const step = latticeStep(xAt(col));
-            cells[size_t(col)] = step.cell;
-            weights[size_t(col)] = step.weight;
-        }
+        // Built for the widest vectors, where a floor is one instruction
+        // (on plain x86-64 it is a library call).
+        float const* const table = cosineTable();
+        int32_t* const cellOf = cells.data();
+        float* const weightOf = weights.data();
+        widestLoop(width, [&xAt, table, cellOf, weightOf](int col) {
+            LatticeStep const step = latticeStep(table, xAt(col));
+            cellOf[col] = step.cell;
+            weightOf[col] = step.weight;
+        });
         keepLatticeRowsIfFew();
     }
 
     // The octave along the row at noise-space coordinate y, a value a column.
     void along(double y, float* out)
     {
-        LatticeStep const row = latticeStep(y);
+        LatticeStep const row = latticeStep(cosineTable(), y);
         int const width = int(cells.size());
         if (hashes.empty()) {
             for (int col = 0; col < width; ++col)
