@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "imaging/FastPow.h"
+#include "mods/UsedRegion.h"
 #include "mods/basic/BlurKernels.h"
 #include "mods/basic/RunningBlur.h"
 #include "mods/common/Ramps.h"
@@ -12,11 +13,15 @@
 
 namespace {
 
-// Each pixel's blur radius from its distance to the picture's centre.
+// Each pixel's blur radius from its distance to the picture's centre, in
+// the used columns (see UsedRegion) of every row: the blurs make only the
+// used columns, and only their radii (the rest are 0) set how far they
+// read.
 template <typename T>
 std::vector<float> radiusPlane(FlexImage<T> const& image, ImageModChunkInfo const* info, float falloff,
                                float size, float maxRadius)
 {
+    PixelRect const used = UsedRegion::of(image.width, image.height);
     PictureFrame const frame = pictureFrame(image, info);
     float const e = rampExponent(falloff);
     float const reach = size * 1.85f *
@@ -26,7 +31,9 @@ std::vector<float> radiusPlane(FlexImage<T> const& image, ImageModChunkInfo cons
     for (int y = 0; y < image.height; ++y) {
         float* const row = radii.data() + size_t(y) * image.width;
         float const dy = float(y) - frame.centreY;
-        widestLoop(image.width, [=](int x) {
+        int const left = used.left;
+        widestLoop(used.width(), [=](int i) {
+            int const x = left + i;
             float const dx = float(x) - frame.centreX;
             float const d = std::sqrt(dx * dx + dy * dy) / reach;
             // The vectorisable power: a radius needs no more than a few
