@@ -95,15 +95,16 @@ void surroundingLuminance(FlexImage<float> const& image, ImageModBlur& blur, Ima
     int const channels = image.channels;
     float const* const p = image.pixels;
     float* const out = plane->pixels;
+    auto const ofClamped = [](float red, float green, float blue) {
+        return float(luminance(clamp255(red), clamp255(green), clamp255(blue)));
+    };
     if (channels == 3)
-        widestLoop(pixelCount, [p, out](size_t i) {
-            out[i] = float(luminance(clamp255(p[3 * i]), clamp255(p[3 * i + 1]), clamp255(p[3 * i + 2])));
-        });
+        widestLoop(pixelCount,
+                   [p, out, ofClamped](size_t i) { out[i] = ofClamped(p[3 * i], p[3 * i + 1], p[3 * i + 2]); });
     else
         for (size_t i = 0; i < pixelCount; ++i) {
             float const* pixel = p + i * size_t(channels);
-            out[i] = channels >= 3 ? float(luminance(clamp255(pixel[0]), clamp255(pixel[1]), clamp255(pixel[2])))
-                                   : clamp255(pixel[0]);
+            out[i] = channels >= 3 ? ofClamped(pixel[0], pixel[1], pixel[2]) : clamp255(pixel[0]);
         }
     blur.applyMod(plane, info);
 }

@@ -289,29 +289,20 @@ void forEachColourTriple(FlexImage<T>* image, Rule rule)
 }
 
 // colourRule(red, green, blue) in double for each of count pixels of three
-// or more channels, as float. Three channels, the common case, are first
-// parted into red, green and blue runs, a block at a time, so that the rule
-// runs over contiguous values and vectorises.
+// or more channels, as float. The pixels are first parted into red, green
+// and blue runs (partColours), a block at a time, so that the rule runs over
+// contiguous values and vectorises.
 template <typename T, typename ColourRule>
-WIDEST_VECTORS void rowOfColourValues(T const* pixels, int count, int channels, float* out, ColourRule colourRule)
+void rowOfColourValues(T const* pixels, int count, int channels, float* out, ColourRule colourRule)
 {
-    if (channels != 3) {
-        for (int i = 0; i < count; ++i) {
-            T const* p = pixels + size_t(i) * channels;
-            out[i] = float(colourRule(double(p[0]), double(p[1]), double(p[2])));
-        }
-        return;
-    }
     constexpr int block = 64;
     float red[block], green[block], blue[block];
     for (int start = 0; start < count; start += block) {
         int const n = std::min(block, count - start);
-        T const* p = pixels + size_t(start) * 3;
-        for (int i = 0; i < n; ++i) {
-            red[i] = float(p[3 * i]);
-            green[i] = float(p[3 * i + 1]);
-            blue[i] = float(p[3 * i + 2]);
-        }
+        T const* p = pixels + size_t(start) * size_t(channels);
+        withColourStride(channels, [&](auto stride) {
+            partColours<decltype(stride)::value>(p, channels, n, red, green, blue);
+        });
         float* const to = out + start;
         widestLoop(n, [&red, &green, &blue, to, colourRule](int i) {
             to[i] = float(colourRule(double(red[i]), double(green[i]), double(blue[i])));
