@@ -26,9 +26,7 @@ void ImageModContrast::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
     float const a = floatVarInRange(0);
     if (a == 1.0f)
         return;
-    float const centre = floatVarInRange(1);
-    float const k = exponentFor(a);
-    forEachSample(image, [=](float c) { return curveAt(c, centre, k, [](float x, float y) { return samplePow<T>(x, y); }); });
+    forEachSample(image, curve<T>(a, floatVarInRange(1)));
 }
 
 INSTANTIATE_TEMPLATE_MOD(ImageModContrast);

@@ -35,6 +35,15 @@ public:
         return above ? 255.0f - (255.0f - centre) * curved : centre * curved;
     }
 
+    // The curve for an amount on 0..2 about centre, as a rule over samples
+    // of type T.
+    template <typename T>
+    static auto curve(float amount, float centre)
+    {
+        float const k = exponentFor(amount);
+        return [centre, k](float c) { return curveAt(c, centre, k, [](float x, float y) { return samplePow<T>(x, y); }); };
+    }
+
 protected:
     ImageModContrast(char const* name, float amount, float center, char const* centerName, char const* text);
 };

@@ -27,14 +27,9 @@ void ImageModSaturation::templateMod(FlexImage<T>* image, ImageModChunkInfo*)
     int const channels = image->channels;
     std::vector<float> greys(size_t(std::max(image->width, 0)));
     if (version != 2) {
-        // A row's greys, spread over their samples, then every sample
-        // blended with its grey in one plain loop.
         std::vector<float> sampleGreys(greys.size() * size_t(std::max(channels, 0)));
-        float const greyWeight = 1.0f - a;
         forEachUsedRow(image, [&](int, int, T* row, int width) {
-            rowLuminances(row, width, channels, greys.data());
-            setSamplesFromPixelValues(row, row, width, channels, greys.data(), sampleGreys.data(),
-                                      [a, greyWeight](float v, float grey) { return clamp255(v * a + grey * greyWeight); });
+            pullTowardLuma(row, row, width, channels, a, greys.data(), sampleGreys.data());
         });
         return;
     }

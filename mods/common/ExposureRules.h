@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cmath>
+#include <type_traits>
 
 #include "imaging/FastPow.h"
 #include "imaging/FlexImage.h"
@@ -61,21 +62,23 @@ void darkenPixel(T* p, int channels, float e, float kept)
 }
 
 // darkenPixel along a row of pixels of at most four channels, in plain
-// loops: every sample darkened (through levels, a LevelTable of the
-// darkening, when the row holds whole levels), the darkened pixels'
-// luminances, then every sample pulled toward its pixel's. darkened and
-// sampleGreys hold width x channels values, greys width.
+// loops: every sample darkened into darkened (through levels, a LevelTable
+// of the darkening, when the row holds whole levels), then every sample
+// pulled toward its pixel's luminance. darkened and sampleGreys hold
+// width x channels values, greys width.
 template <typename T, typename Levels>
 void darkenRow(T* row, int width, int channels, float e, float kept, Levels& levels, float* darkened, float* greys,
                float* sampleGreys)
 {
-    int const samples = width * channels;
-    widestLoop(samples, [row, darkened](int i) { darkened[i] = float(row[i]); });
-    if (!levels.mapIfWholeLevels(darkened, size_t(samples)))
-        widestLoop(samples, [darkened, e](int i) { darkened[i] = darken<T>(darkened[i], e); });
-    rowLuminances(darkened, width, channels, greys);
-    setSamplesFromPixelValues(row, darkened, width, channels, greys, sampleGreys,
-                              [kept](float v, float grey) { return clamp255(v * kept + grey * (1.0f - kept)); });
+    size_t const samples = size_t(width) * size_t(channels);
+    float const* samplesAsFloat = darkened;
+    if constexpr (std::is_same_v<T, float>)
+        samplesAsFloat = row;
+    else
+        widestLoop(samples, [row, darkened](size_t i) { darkened[i] = float(row[i]); });
+    if (!levels.mapIfWholeLevels(samplesAsFloat, darkened, samples))
+        widestLoop(samples, [samplesAsFloat, darkened, e](size_t i) { darkened[i] = darken<T>(samplesAsFloat[i], e); });
+    pullTowardLuma(row, darkened, width, channels, kept, greys, sampleGreys);
 }
 
 } // namespace exposureRules

@@ -88,16 +88,19 @@ class LevelTable
 public:
     explicit LevelTable(Rule& rule) : rule(rule) {}
 
-    bool mapIfWholeLevels(float* samples, size_t n)
+    bool mapIfWholeLevels(float* samples, size_t n) { return mapIfWholeLevels(samples, samples, n); }
+
+    // The same from one stretch into another (or the same).
+    bool mapIfWholeLevels(float const* from, float* to, size_t n)
     {
-        if (!allWholeLevels(samples, n))
+        if (!allWholeLevels(from, n))
             return false;
         if (!made) {
             for (int v = 0; v < 256; ++v)
                 table[v] = rule(float(v));
             made = true;
         }
-        mapThroughLevels(table, samples, n);
+        mapThroughLevels(table, from, to, n);
         return true;
     }
 
@@ -119,12 +122,12 @@ private:
         return differ == 0 && differencesFromLevels(samples + first, n - first) == 0;
     }
 
-    // The table and the samples apart (restrict): where the stores might
+    // The table apart from the samples (restrict): where the stores might
     // change the table, the loop would not vectorise.
-    WIDEST_VECTORS static void mapThroughLevels(float const* __restrict levels, float* __restrict samples, size_t n)
+    WIDEST_VECTORS static void mapThroughLevels(float const* __restrict levels, float const* from, float* to, size_t n)
     {
         for (size_t i = 0; i < n; ++i)
-            samples[i] = levels[int(samples[i])];
+            to[i] = levels[int(from[i])];
     }
 
     WIDEST_VECTORS static uint32_t differencesFromLevels(float const* samples, size_t n)
@@ -144,37 +147,54 @@ private:
     }
 };
 
-// Applies a per-sample rule to every sample of the image; for rules that cost
-// more than reading a table (a power curve, say). 8-bit images have only 256
-// possible inputs, so the rule is evaluated once per input value into a table
-// and the pixels are mapped through it: the same results, far fewer
-// evaluations. Float images do the same where a stretch holds whole levels
-// only, and otherwise take the rule inlined into the loop (no call per
-// sample), once a pixel where pixels are grey.
+// A per-sample rule, for rules that cost more than reading a table (a power
+// curve, say), over stretches of samples of type T, each stretch in place.
+// 8-bit samples have only 256 possible inputs, so the rule is evaluated once
+// per input value into a table and the samples are mapped through it: the
+// same results, far fewer evaluations. Float samples do the same where a
+// stretch holds whole levels only, and otherwise take the rule inlined into
+// the loop (no call per sample), once a pixel where pixels are grey.
 template <typename T, typename Rule>
-void forEachSample(FlexImage<T>* image, Rule rule)
+class SampleRuleOnStretches
 {
-    if constexpr (std::is_same_v<T, unsigned char>) {
-        unsigned char table[256];
-        for (int v = 0; v < 256; ++v)
-            table[v] = FlexImage<unsigned char>::storeSample(rule(float(v)));
-        forEachUsedStretch(image, [&table](unsigned char* samples, size_t n) {
+public:
+    SampleRuleOnStretches(Rule& rule, int channels) : rule(rule), channels(channels), levels(rule)
+    {
+        if constexpr (std::is_same_v<T, unsigned char>)
+            for (int v = 0; v < 256; ++v)
+                byteTable[v] = FlexImage<unsigned char>::storeSample(rule(float(v)));
+    }
+
+    void apply(T* samples, size_t n)
+    {
+        if constexpr (std::is_same_v<T, unsigned char>) {
             for (size_t i = 0; i < n; ++i)
-                samples[i] = table[samples[i]];
-        });
-    } else {
-        int const channels = image->channels;
-        LevelTable<Rule> levels(rule);
-        forEachUsedStretch(image, [&rule, &levels, channels](T* samples, size_t n) {
+                samples[i] = byteTable[samples[i]];
+        } else {
             if (levels.mapIfWholeLevels(samples, n))
                 return;
             if (channels == 3) {
                 applyToGreyOrColourBlocks(samples, n, rule);
                 return;
             }
-            widestLoop(n, [samples, &rule](size_t i) { samples[i] = rule(samples[i]); });
-        });
+            widestLoop(n, [samples, this](size_t i) { samples[i] = rule(samples[i]); });
+        }
     }
+
+private:
+    Rule& rule;
+    int const channels;
+    LevelTable<Rule> levels;
+    unsigned char byteTable[256];
+};
+
+// Applies a per-sample rule to every sample of the image (see
+// SampleRuleOnStretches).
+template <typename T, typename Rule>
+void forEachSample(FlexImage<T>* image, Rule rule)
+{
+    SampleRuleOnStretches<T, Rule> onStretches(rule, image->channels);
+    forEachUsedStretch(image, [&onStretches](T* samples, size_t n) { onStretches.apply(samples, n); });
 }
 
 // The same over the first three samples of every pixel (red, green, blue),
@@ -358,6 +378,33 @@ void setSamplesFromPixelValues(T* row, Source const* source, int count, int chan
     spreadOverSamples(pixelValues, count, channels, sampleScratch);
     widestLoop(count * channels, [row, source, sampleScratch, rule](int i) {
         row[i] = FlexImage<T>::storeSample(rule(float(source[i]), sampleScratch[i]));
+    });
+}
+
+// Each of width pixels of source pulled toward its luminance, into row
+// (which may be source): every sample v becomes v kept + grey (1 - kept),
+// clamped. Three-sample pixels go in one loop over the pixels, which
+// vectorises; others take their greys first (into greys, width values),
+// spread over their samples (into sampleGreys, width x channels).
+template <typename T, typename Source>
+void pullTowardLuma(T* row, Source const* source, int width, int channels, float kept, float* greys,
+                    float* sampleGreys)
+{
+    float const greyWeight = 1.0f - kept;
+    auto const pulled = [kept, greyWeight](float v, float grey) { return clamp255(v * kept + grey * greyWeight); };
+    if (channels != 3) {
+        rowLuminances(source, width, channels, greys);
+        setSamplesFromPixelValues(row, source, width, channels, greys, sampleGreys, pulled);
+        return;
+    }
+    widestLoop(width, [row, source, pulled](int i) {
+        Source const* from = source + 3 * i;
+        float const r = float(from[0]), g = float(from[1]), b = float(from[2]);
+        float const grey = float(luminance(double(r), double(g), double(b)));
+        T* to = row + 3 * i;
+        to[0] = FlexImage<T>::storeSample(pulled(r, grey));
+        to[1] = FlexImage<T>::storeSample(pulled(g, grey));
+        to[2] = FlexImage<T>::storeSample(pulled(b, grey));
     });
 }
 

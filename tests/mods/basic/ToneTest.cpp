@@ -120,21 +120,24 @@ TEST(ToneFilters, ExposureBrightensHeadroomAndDarkensWithLessColour)
     Pixel const white = applyToPixel(darker, {255, 255, 255});
     EXPECT_NEAR(white[0], 255 * std::pow(254.95f / 255, 2.0f), 1e-2f);
 
-    // Along a row each pixel is pulled toward its own luminance.
-    FlexImage<float> row(7, 1, 3);
-    for (size_t i = 0; i < row.sampleCount(); ++i)
-        row.pixels[i] = float((i * 83 + 20) % 256);
-    FlexImage<float> before(7, 1, 3);
-    std::memcpy(before.pixels, row.pixels, row.sampleCount() * sizeof(float));
-    darker.applyMod(&row, nullptr);
-    for (int x = 0; x < row.width; ++x) {
-        double dark[3];
-        for (int c = 0; c < 3; ++c)
-            dark[c] = 255.0 * std::pow(std::min(double(before.pixelAt(x, 0)[c]), 254.95) / 255.0, 2.0);
-        double const grey = 0.299 * dark[0] + 0.587 * dark[1] + 0.114 * dark[2];
-        for (int c = 0; c < 3; ++c)
-            EXPECT_NEAR(row.pixelAt(x, 0)[c], dark[c] * w + grey * (1 - w), 1e-3) << "pixel " << x;
-    }
+    // Each pixel is pulled toward its own luminance, over rows longer than
+    // the blocks the pixels are worked in: one of whole levels (darkened
+    // through a table), one between levels.
+    FlexImage<float> rows(300, 2, 3);
+    for (size_t i = 0; i < rows.sampleCount(); ++i)
+        rows.pixels[i] = float((i * 83 + 20) % 256) + (i < 900 ? 0.0f : 0.37f);
+    FlexImage<float> before(300, 2, 3);
+    std::memcpy(before.pixels, rows.pixels, rows.sampleCount() * sizeof(float));
+    darker.applyMod(&rows, nullptr);
+    for (int y = 0; y < rows.height; ++y)
+        for (int x = 0; x < rows.width; ++x) {
+            double dark[3];
+            for (int c = 0; c < 3; ++c)
+                dark[c] = 255.0 * std::pow(std::min(double(before.pixelAt(x, y)[c]), 254.95) / 255.0, 2.0);
+            double const grey = 0.299 * dark[0] + 0.587 * dark[1] + 0.114 * dark[2];
+            for (int c = 0; c < 3; ++c)
+                ASSERT_NEAR(rows.pixelAt(x, y)[c], dark[c] * w + grey * (1 - w), 1e-3) << "pixel " << x << ", " << y;
+        }
 }
 
 TEST(ToneFilters, GammaVersions)
@@ -151,6 +154,38 @@ TEST(ToneFilters, GammaVersions)
     float const lifted = 255.0f - 255.0f * std::pow(254.95f / 255.0f, 2.0f);
     expectPixel(applyToPixel(current, {0, 127.5f, 255}), lifted, 191.25f, 255.0f);
     EXPECT_GT(applyToPixel(current, {0, 0, 0})[0], 0.0f);
+}
+
+// Contrast Saturation works a row at a time, the contrast then the
+// saturation: over whole images, in 8 bits (where the contrast's result is
+// stored before the saturation reads it) and in float, with and without a
+// fourth channel, it equals the two filters run one after the other.
+template <typename T>
+void expectContrastThenSaturation(int channels)
+{
+    FlexImage<T> image(67, 5, channels);
+    for (size_t i = 0; i < image.sampleCount(); ++i)
+        image.pixels[i] = T(float((i * 97 + 11) % 256) + (std::is_same_v<T, float> && i % 3 ? 0.41f : 0.0f));
+    FlexImage<T> steps;
+    steps.copyFromImage(image, true);
+    ImageModContrastAndSaturation composed;
+    composed.setFloatVar(0, 0.6f);
+    composed.setFloatVar(1, 140.0f);
+    composed.applyMod(&image, nullptr);
+    ImageModContrast contrast(0.6f, 140.0f);
+    ImageModSaturation saturation(1.176f, 1); // 1 + (1 - 0.6) 0.44
+    contrast.applyMod(&steps, nullptr);
+    saturation.applyMod(&steps, nullptr);
+    for (size_t i = 0; i < image.sampleCount(); ++i)
+        ASSERT_EQ(image.pixels[i], steps.pixels[i]) << "sample " << i << " of " << channels << " channels";
+}
+
+TEST(ToneFilters, ContrastSaturationIsContrastThenSaturation)
+{
+    for (int channels : {3, 4}) {
+        expectContrastThenSaturation<float>(channels);
+        expectContrastThenSaturation<unsigned char>(channels);
+    }
 }
 
 TEST(ToneFilters, CompositionsRunTheirSteps)
