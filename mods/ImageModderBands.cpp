@@ -78,7 +78,7 @@ int ImageModderBands::tileStep() const
 int ImageModderBands::bandHeight() const
 {
     long long const fewRows = bandRowsPerHaloPixel * (static_cast<long long>(radius) + 1);
-    return int(std::min({fewRows, static_cast<long long>(tileStep()), static_cast<long long>(std::max(height, 1))}));
+    return int(std::min({fewRows, static_cast<long long>(minimumTileEdge), static_cast<long long>(std::max(height, 1))}));
 }
 
 template <typename T>

@@ -29,9 +29,12 @@ public:
 
     // The rows of context a band needs above and below it.
     int haloRadius() const { return radius; }
-    // The rows of a band worth rendering at once: four halos, so that the
-    // context read is at most half again the rows made, and at least a few
-    // rows (a band is rendered in tiles across).
+    // The rows of a band worth rendering at once: sixteen a row of halo, so
+    // that few rows are read twice, but no more than a nominal tile (256).
+    // Every buffer along the way (the window of context, the working tiles,
+    // the saver's cache of bands) holds a band or its window: taller bands
+    // of a wide halo would read fewer rows twice, but hold half as much
+    // memory again as the whole rest of a render.
     int bandHeight() const;
 
     // Renders picture rows [firstRow, firstRow + band->height) into band
