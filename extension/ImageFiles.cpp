@@ -38,7 +38,8 @@ bool checkReadable(QByteArray const& path, QString* error)
         return false;
     }
     ::close(fd);
-    if (!vips_foreign_find_load(path.constData())) {
+    if (!vips_foreign_find_load(path.constData()) &&
+        !(loadRarerFormats() && vips_foreign_find_load(path.constData()))) {
         vips_error_clear();
         *error = "not an image this tool can read";
         return false;

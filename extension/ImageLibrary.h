@@ -1,7 +1,7 @@
 #pragma once
 
 // What the image-file and photo-rendering modules share of libvips; only
-// this folder includes it. libvips comes first: GLib names a struct member
+// this folder (and its tests) includes it. libvips comes first: GLib names a struct member
 // "signals", which Qt's headers define as a keyword, so a source file
 // includes this header before any other.
 #include <vips/vips.h>
@@ -16,8 +16,13 @@
 
 namespace imageLibrary {
 
-// Starts libvips once per process.
+// Starts libvips once per process, with the loaders built into it (JPEG,
+// PNG, TIFF, WebP, GIF and a few more) but not those of its modules.
 void startImageLibrary();
+
+// Loads libvips's modules, the loaders of rarer formats (HEIF, JPEG XL,
+// PDF ...), on the first call; true if that call added any.
+bool loadRarerFormats();
 
 // Keeps libvips's warnings while an object of it lives on this thread.
 class CallWarnings

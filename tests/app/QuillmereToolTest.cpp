@@ -1,5 +1,8 @@
 // The quillmere tool end to end, through the built binary, on small
 // generated photos in a temporary folder.
+// libvips first: GLib names a struct member "signals", a keyword to Qt.
+#include "extension/ImageLibrary.h"
+
 #include <gtest/gtest.h>
 
 #include <QDir>
@@ -231,6 +234,34 @@ TEST_F(QuillmereTool, ResultsTakeTheFormatTheirNameSays)
     QFile result(path("result.png"));
     ASSERT_TRUE(result.open(QIODevice::ReadOnly));
     EXPECT_EQ(result.read(8), QByteArray("\x89PNG\r\n\x1a\n", 8));
+}
+
+// The tool starts without the loaders of rarer formats and loads them for
+// the first photo that needs one: a lossless JPEG XL copy of the PNG photo
+// renders to the same pixels as the PNG, but for the level or two that
+// converting its colour profile (JPEG XL always has one) to sRGB moves.
+TEST_F(QuillmereTool, PhotosInRarerFormatsAreRead)
+{
+    imageLibrary::loadRarerFormats();
+    imageLibrary::VipsRef png(vips_image_new_from_file(path("second.png").toUtf8().constData(), nullptr));
+    ASSERT_TRUE(png.get());
+    ASSERT_EQ(vips_jxlsave(png.get(), path("second.jxl").toUtf8().constData(), "lossless", TRUE, nullptr), 0)
+        << vips_error_buffer();
+    for (QString const name : {"second.png", "second.jxl"}) {
+        ToolRun const run = quillmere({"apply", "--preset", "Noir", name, "-o", name + ".jpg"}, dir.path());
+        ASSERT_EQ(run.status, 0) << run.err.toStdString();
+    }
+    QImage const fromPng = loadTestPicture(path("second.png.jpg"));
+    QImage const fromJxl = loadTestPicture(path("second.jxl.jpg"));
+    ASSERT_EQ(fromJxl.size(), fromPng.size());
+    for (int y = 0; y < fromPng.height(); ++y)
+        for (int x = 0; x < fromPng.width(); ++x) {
+            QColor const expected = fromPng.pixelColor(x, y);
+            QColor const got = fromJxl.pixelColor(x, y);
+            ASSERT_NEAR(got.red(), expected.red(), 2) << x << ", " << y;
+            ASSERT_NEAR(got.green(), expected.green(), 2) << x << ", " << y;
+            ASSERT_NEAR(got.blue(), expected.blue(), 2) << x << ", " << y;
+        }
 }
 
 TEST_F(QuillmereTool, AFileNameThatIsNotUtf8StillNamesItsFile)
