@@ -115,6 +115,11 @@ QByteArray fileSystemPath(QString const& path)
     return fileNameToSystem(path);
 }
 
+void loadEveryImageFormat()
+{
+    loadRarerFormats();
+}
+
 bool readPhotoSize(QString const& path, int* width, int* height, QString* error)
 {
     startImageLibrary();

@@ -51,6 +51,13 @@ struct PhotoReadOptions
 // refused rather than returned half grey.
 bool readPhoto(QString const& path, PhotoReadOptions const& options, Photo* photo, QString* error);
 
+// Makes every format libvips can read available at once, for a process that
+// may share libvips with other code (the Python module): the tools load the
+// rarer formats only when a photo needs one, which saves them the time that
+// loading takes, but other users of libvips in the process would not see
+// those formats until then.
+void loadEveryImageFormat();
+
 // The size the header of the file at path gives, without decoding it.
 bool readPhotoSize(QString const& path, int* width, int* height, QString* error);
 // Whether the file is an image within the megapixel limit, from its header.

@@ -176,13 +176,19 @@ CallWarnings::~CallWarnings()
 // it is given a home of its own, the tool's shared folder, which has no
 // modules (nor translations: its messages stay in English, like the
 // tool's), and the modules are loaded where they are installed, the first
-// time a file is in no built-in format. A home the user set is kept.
+// time a file is in no built-in format. A home the user set is kept; the
+// one set here is taken back once libvips has read it, so that programs
+// this one starts (a libvips tool, say) still find their modules.
 void startImageLibrary()
 {
     static std::once_flag started;
     std::call_once(started, [] {
-        g_setenv("VIPSHOME", QUILLMERE_DATA_DIR, FALSE);
+        bool const homeSetHere = !g_getenv("VIPSHOME");
+        if (homeSetHere)
+            g_setenv("VIPSHOME", QUILLMERE_DATA_DIR, TRUE);
         vips_init("quillmere");
+        if (homeSetHere)
+            g_unsetenv("VIPSHOME");
         // Every photo is read once: cached operations would only hold memory.
         vips_cache_set_max(0);
         g_log_set_handler("VIPS", GLogLevelFlags(G_LOG_LEVEL_WARNING | G_LOG_LEVEL_MESSAGE), keepOrDropWarning,

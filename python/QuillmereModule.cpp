@@ -161,6 +161,7 @@ PYBIND11_MODULE(quillmere, m)
 {
     m.doc() = "Quillmere's photo filters: the shipped presets and camera styles over numpy arrays and photo files.";
     prepareForWorkerThreads();
+    loadEveryImageFormat();
     py::register_exception<Failure>(m, "Error");
 
     m.def("presets", &presetNames, "The names of the presets, in the order the tools list them.");
