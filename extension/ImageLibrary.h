@@ -1,9 +1,9 @@
 #pragma once
 
 // What the image-file and photo-rendering modules share of libvips; only
-// this folder (and its tests) includes it. libvips comes first: GLib names a struct member
-// "signals", which Qt's headers define as a keyword, so a source file
-// includes this header before any other.
+// this folder (and its tests) includes it. libvips comes first: GLib names
+// a struct member "signals", which Qt's headers define as a keyword, so a
+// source file includes this header before any other.
 #include <vips/vips.h>
 
 #include <functional>
