@@ -58,7 +58,7 @@ void darkenPixel(T* p, int channels, float e, float kept)
         darkened[c] = darkenWith(float(p[c]), e, [](float x, float y) { return std::pow(x, y); });
     float const grey = float(pixelLuminance(darkened, n));
     for (int c = 0; c < n; ++c)
-        p[c] = FlexImage<T>::storeSample(clamp255(darkened[c] * kept + grey * (1.0f - kept)));
+        p[c] = FlexImage<T>::storeSample(pulledTowardGrey(darkened[c], grey, kept));
 }
 
 // darkenPixel along a row of pixels of at most four channels, in plain

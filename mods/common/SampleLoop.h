@@ -381,17 +381,22 @@ void setSamplesFromPixelValues(T* row, Source const* source, int count, int chan
     });
 }
 
+// A sample v pulled toward its pixel's grey, keeping kept of it.
+inline float pulledTowardGrey(float v, float grey, float kept)
+{
+    return clamp255(v * kept + grey * (1.0f - kept));
+}
+
 // Each of width pixels of source pulled toward its luminance, into row
-// (which may be source): every sample v becomes v kept + grey (1 - kept),
-// clamped. Three-sample pixels go in one loop over the pixels, which
-// vectorises; others take their greys first (into greys, width values),
-// spread over their samples (into sampleGreys, width x channels).
+// (which may be source), each sample by pulledTowardGrey. Three-sample
+// pixels go in one loop over the pixels, which vectorises; others take
+// their greys first (into greys, width values), spread over their samples
+// (into sampleGreys, width x channels).
 template <typename T, typename Source>
 void pullTowardLuma(T* row, Source const* source, int width, int channels, float kept, float* greys,
                     float* sampleGreys)
 {
-    float const greyWeight = 1.0f - kept;
-    auto const pulled = [kept, greyWeight](float v, float grey) { return clamp255(v * kept + grey * greyWeight); };
+    auto const pulled = [kept](float v, float grey) { return pulledTowardGrey(v, grey, kept); };
     if (channels != 3) {
         rowLuminances(source, width, channels, greys);
         setSamplesFromPixelValues(row, source, width, channels, greys, sampleGreys, pulled);
