@@ -371,6 +371,13 @@ bool renderPhotoFile(QString const& photoPath, ImageMod* mod, QString const& out
     }
     if (options.keepMetadata)
         attachMetadata(ready.get(), metadataOf(photo.get()));
+    // A chain with a halo renders each band on all cores, behind the line
+    // cache. A second worker of the saver would only wait on the cache for
+    // the band the first is making, or compete with its tiles for the same
+    // cores: one worker saves in 5 to 10% less time. A resize after the
+    // render keeps them all, for work of its own.
+    if (bands.haloRadius() > 0 && !resized)
+        vips_image_set_int(ready.get(), VIPS_META_CONCURRENCY, 1);
 
     std::pair<StreamedRender*, RenderProgress const*> progressContext(&render, &progress);
     if (progress) {

@@ -86,6 +86,11 @@ void ImageModderBands::renderBand(FlexImage<T> const& window, int windowTop, int
 {
     int const step = tileStep();
     int const across = std::max(1, (width + step - 1) / step);
+    if (radius == 0) {
+        for (int i = 0; i < across; ++i)
+            renderTile(window, windowTop, firstRow, i * step, std::min(width, (i + 1) * step), band);
+        return;
+    }
     // A band of a chain with a wide halo has large tiles, enough to keep
     // every core busy; two such bands at once would only hold two sets of
     // working tiles. They take turns.

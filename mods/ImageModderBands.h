@@ -11,7 +11,10 @@
 // stream a photo through (decode, render, encode) and never hold it whole.
 // A band is rendered from a window of source rows reaching haloRadius() past
 // it on both sides (or to the picture's edge), in tiles across on all
-// cores. Every filter renders a tile with that much context as it renders
+// cores, but for a chain without a halo: its band costs the same however few
+// rows it has, so the host renders several small bands at once (libvips's
+// workers do), each on its own thread, rather than nest one parallel loop in
+// another. Every filter renders a tile with that much context as it renders
 // the whole picture, so the bands together equal a whole-picture render of
 // the same chain bit for bit.
 //
