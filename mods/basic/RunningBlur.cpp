@@ -43,7 +43,8 @@ inline float quantised(float v, double scale)
 // They grow without copying or clearing what they held.
 struct BlurScratch
 {
-    SampleBuffer<float> plane;
+    SampleBuffer<float> plane;      // the fixed kernel's quantised samples
+    SampleBuffer<int32_t> wholePlane; // the varying blur's
     SampleBuffer<float> blurred;
     SampleBuffer<float> radii;
     SampleBuffer<double> sums;
@@ -379,12 +380,15 @@ void exchangeRowsAndColumns(In const* in, size_t inStride, int rows, int length,
         exchangeRowsAndColumns<0>(in, inStride, rows, length, channels, out, outStride, change);
 }
 
-// The changes made on the way: a sample quantised; a pass result stored as
-// the image stores samples (8-bit blurs truncate between the passes, and
+// The changes made on the way: a sample quantised, into a float for the
+// fixed kernel's sweeps (which work in doubles) or into an int32 for the
+// varying blur's sums (which work in whole numbers); a pass result stored
+// as the image stores samples (8-bit blurs truncate between the passes, and
 // the next pass quantises what was stored).
+template <typename Quantised = float>
 auto quantisedBy(double scale)
 {
-    return [scale](auto sample) { return quantised(float(sample), scale); };
+    return [scale](auto sample) { return Quantised(quantised(float(sample), scale)); };
 }
 
 template <typename T>
@@ -432,7 +436,7 @@ public:
     // made: from the first window's start to the last one's end. Inside a
     // picture the lines are read with a margin of the largest reach, so the
     // pads are then never summed at all.
-    void build(float const* samples, int length, int from, int to)
+    void build(int32_t const* samples, int length, int from, int to)
     {
         positions = size_t(length) + 2 * size_t(pad);
         prefix.resize(size_t(3 * channels) * (positions + 1));
@@ -477,13 +481,14 @@ private:
 
     // The edge samples repeat over the pads: the sums run over the pad
     // before the line, the line, and the pad after it. The samples are whole
-    // numbers of at most 24 bits, which convert through int32 in one
-    // instruction.
-    void buildChannel(float const* samples, int length, size_t begin, size_t end, uint64_t* p0, uint64_t* p1,
+    // numbers of at most 24 bits, quantised into int32s as the plane was
+    // made: converted here, from floats, each took a conversion in a loop
+    // that has few other steps.
+    void buildChannel(int32_t const* samples, int length, size_t begin, size_t end, uint64_t* p0, uint64_t* p1,
                       uint64_t* p2) const
     {
         p0[begin] = p1[begin] = p2[begin] = 0;
-        auto const sampleAt = [&](int x) { return uint64_t(uint32_t(int32_t(samples[size_t(x) * channels]))); };
+        auto const sampleAt = [&](int x) { return uint64_t(uint32_t(samples[size_t(x) * channels])); };
         // The running sums stay in registers: read back from the planes,
         // each step would wait for the store before it.
         uint64_t s0 = 0, s1 = 0, s2 = 0;
@@ -569,7 +574,7 @@ private:
 // positions x channels, each with the kernel of its radius (radii[line *
 // radiiStride + position]), into lines of to - from positions; pad is at
 // least the largest reach of those kernels.
-void sweepVarying(float const* in, int lines, int length, int channels, float const* radii, size_t radiiStride,
+void sweepVarying(int32_t const* in, int lines, int length, int channels, float const* radii, size_t radiiStride,
                   int from, int to, BlurMethod method, double scale, int pad, float* out)
 {
     int const made = to - from;
@@ -760,10 +765,10 @@ void storePlane(float const* values, size_t count, T* out)
 }
 
 // count samples quantised (see quantised) into plane.
-template <typename T>
-void quantisePlane(T const* samples, size_t count, double scale, float* plane)
+template <typename T, typename Quantised>
+void quantisePlane(T const* samples, size_t count, double scale, Quantised* plane)
 {
-    auto const change = quantisedBy(scale);
+    auto const change = quantisedBy<Quantised>(scale);
     widestLoop(count, [samples, plane, change](size_t i) { plane[i] = change(samples[i]); });
 }
 
@@ -866,7 +871,7 @@ void blurVaryingRowsByStrips(FlexImage<T>* image, float const* radii, BlurMethod
     int const channels = image->channels;
     size_t const readSamples = size_t(read.width()) * channels;
     size_t const usedSamples = size_t(used.width()) * channels;
-    float* plane = keep.plane.atLeast(readSamples * varyingStripLines);
+    int32_t* plane = keep.wholePlane.atLeast(readSamples * varyingStripLines);
     float* blurred = keep.blurred.atLeast(usedSamples * varyingStripLines);
     for (int top = read.top; top < read.bottom; top += varyingStripLines) {
         int const lines = std::min(varyingStripLines, read.bottom - top);
@@ -892,13 +897,13 @@ void blurVaryingColumnsByStrips(FlexImage<T>* image, float const* radii, BlurMet
     size_t const imageStride = size_t(width) * channels;
     size_t const lineSamples = size_t(read.height()) * channels;
     size_t const madeSamples = size_t(used.height()) * channels;
-    float* plane = keep.plane.atLeast(lineSamples * varyingStripLines);
+    int32_t* plane = keep.wholePlane.atLeast(lineSamples * varyingStripLines);
     float* blurred = keep.blurred.atLeast(madeSamples * varyingStripLines);
     float* columnRadii = keep.radii.atLeast(size_t(read.height()) * varyingStripLines);
     for (int left = used.left; left < used.right; left += varyingStripLines) {
         int const lines = std::min(varyingStripLines, used.right - left);
         exchangeRowsAndColumns(image->pixelAt(left, read.top), imageStride, read.height(), lines, channels, plane,
-                               lineSamples, quantisedBy(scale));
+                               lineSamples, quantisedBy<int32_t>(scale));
         exchangeRowsAndColumns(radii + size_t(read.top) * width + left, size_t(width), read.height(), lines, 1,
                                columnRadii, size_t(read.height()), unchanged());
         sweepVarying(plane, lines, read.height(), channels, columnRadii, size_t(read.height()), used.top - read.top,
