@@ -86,9 +86,13 @@ void ImageModderBands::renderBand(FlexImage<T> const& window, int windowTop, int
 {
     int const step = tileStep();
     int const across = std::max(1, (width + step - 1) / step);
+    auto const renderColumn = [&](size_t i) {
+        int const x0 = int(i) * step;
+        renderTile(window, windowTop, firstRow, x0, std::min(width, x0 + step), band);
+    };
     if (radius == 0) {
         for (int i = 0; i < across; ++i)
-            renderTile(window, windowTop, firstRow, i * step, std::min(width, (i + 1) * step), band);
+            renderColumn(size_t(i));
         return;
     }
     // A band of a chain with a wide halo has large tiles, enough to keep
@@ -97,10 +101,7 @@ void ImageModderBands::renderBand(FlexImage<T> const& window, int windowTop, int
     std::unique_lock<std::mutex> turn(wideBandTurn, std::defer_lock);
     if (step > minimumTileEdge)
         turn.lock();
-    dispatchApply(size_t(across), DispatchPriority::Default, [&](size_t i) {
-        int const x0 = int(i) * step;
-        renderTile(window, windowTop, firstRow, x0, std::min(width, x0 + step), band);
-    });
+    dispatchApply(size_t(across), DispatchPriority::Default, renderColumn);
 }
 
 template <typename T>
