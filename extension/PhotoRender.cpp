@@ -27,6 +27,10 @@ struct StreamedRender
 {
     ImageModderBands* bands;
     VipsImage* photo;
+    // The saver's workers ask for small bands side by side, each rendered
+    // on the worker's own thread: nesting a parallel loop in theirs only
+    // made threads compete for the same cores.
+    bool bandsSideBySide = false;
     std::atomic<int> rowsDone{0};
     std::atomic<bool> cancelled{false};
     std::atomic<bool> photoFailed{false};
@@ -127,7 +131,7 @@ int renderRows(VipsRegion* out, VipsRegion* in, StreamedRender* render)
         wrapRows(out, rows, &band);
     else
         band.reshape(width, wanted.height, window.channels);
-    render->bands->renderBand(window, context.top, wanted.top, &band);
+    render->bands->renderBand(window, context.top, wanted.top, &band, render->bandsSideBySide);
     if (!direct)
         for (int y = 0; y < wanted.height; ++y)
             std::memcpy(VIPS_REGION_ADDR(out, wanted.left, wanted.top + y), band.pixelAt(wanted.left, y),
@@ -158,6 +162,7 @@ bool renderedImage(StreamedRender* render, bool rowsReadOnce, VipsRef* result)
                             render) != 0)
         return false;
     if (rowsReadOnce && render->bands->haloRadius() == 0) {
+        render->bandsSideBySide = true;
         result->replaceWith(generated);
         return true;
     }

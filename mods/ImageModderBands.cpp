@@ -82,7 +82,8 @@ int ImageModderBands::bandHeight() const
 }
 
 template <typename T>
-void ImageModderBands::renderBand(FlexImage<T> const& window, int windowTop, int firstRow, FlexImage<T>* band) const
+void ImageModderBands::renderBand(FlexImage<T> const& window, int windowTop, int firstRow, FlexImage<T>* band,
+                                  bool onCallingThread) const
 {
     int const step = tileStep();
     int const across = std::max(1, (width + step - 1) / step);
@@ -90,7 +91,7 @@ void ImageModderBands::renderBand(FlexImage<T> const& window, int windowTop, int
         int const x0 = int(i) * step;
         renderTile(window, windowTop, firstRow, x0, std::min(width, x0 + step), band);
     };
-    if (radius == 0) {
+    if (onCallingThread) {
         for (int i = 0; i < across; ++i)
             renderColumn(size_t(i));
         return;
@@ -140,6 +141,6 @@ void ImageModderBands::renderTile(FlexImage<T> const& window, int windowTop, int
                  band->pixelAt(x0, y - firstRow), x1 - x0);
 }
 
-template void ImageModderBands::renderBand(FlexImage<unsigned char> const&, int, int,
-                                           FlexImage<unsigned char>*) const;
-template void ImageModderBands::renderBand(FlexImage<float> const&, int, int, FlexImage<float>*) const;
+template void ImageModderBands::renderBand(FlexImage<unsigned char> const&, int, int, FlexImage<unsigned char>*,
+                                           bool) const;
+template void ImageModderBands::renderBand(FlexImage<float> const&, int, int, FlexImage<float>*, bool) const;

@@ -10,13 +10,11 @@
 // Renders a chain over a picture one band of rows at a time, for hosts that
 // stream a photo through (decode, render, encode) and never hold it whole.
 // A band is rendered from a window of source rows reaching haloRadius() past
-// it on both sides (or to the picture's edge), in tiles across on all
-// cores, but for a chain without a halo: its band costs the same however few
-// rows it has, so the host renders several small bands at once (libvips's
-// workers do), each on its own thread, rather than nest one parallel loop in
-// another. Every filter renders a tile with that much context as it renders
-// the whole picture, so the bands together equal a whole-picture render of
-// the same chain bit for bit.
+// it on both sides (or to the picture's edge), in tiles across on all cores,
+// or on the calling thread alone for a host that renders several bands side
+// by side itself. Every filter renders a tile with that much context as it
+// renders the whole picture, so the bands together equal a whole-picture
+// render of the same chain bit for bit.
 //
 // The chain is copied (flattened like the chain renderer's) when the object
 // is made; bands may then be rendered from several threads at once (those of
@@ -44,9 +42,12 @@ public:
     // (width wide, the window's channels). window holds picture rows
     // [windowTop, windowTop + window.height), which must cover the band and
     // its halo (clipped to the picture). A fourth channel (alpha) is copied
-    // through; the filters see red, green and blue.
+    // through; the filters see red, green and blue. onCallingThread: the
+    // band's tiles are not dispatched to the other cores (the caller keeps
+    // them busy with other bands).
     template <typename T>
-    void renderBand(FlexImage<T> const& window, int windowTop, int firstRow, FlexImage<T>* band) const;
+    void renderBand(FlexImage<T> const& window, int windowTop, int firstRow, FlexImage<T>* band,
+                    bool onCallingThread = false) const;
 
 private:
     GrowArray<ImageMod*> mods;
