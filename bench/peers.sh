@@ -16,6 +16,10 @@ trap 'rm -rf "$WORK"' EXIT
 
 PHOTO=$WORK/photo24.jpg
 bench/large-photo.sh "$PHOTO"
+# The same photo as a phone held upright saves it: its pixels lie on their
+# side, and the EXIF orientation says to turn them upright.
+PORTRAIT=$WORK/portrait24.jpg
+bench/large-photo.sh "$PORTRAIT" 6
 
 # Presets of the comparison that do not ship.
 mkdir -p "$WORK/presets"
@@ -87,5 +91,7 @@ done
 for preset in "${shipped[@]}" "Blur 10" "Blur 100"; do
   compare "apply --preset \"$preset\"" -- "${COPY[@]}" -- "${APPLY[@]}" --preset "$preset" "$PHOTO" -o "$OUT"
 done
+compare "apply --preset \"Golden Hour\", a portrait photo" -- vips autorot "$PORTRAIT" "$OUT[Q=100]" -- \
+  "${APPLY[@]}" --preset "Golden Hour" "$PORTRAIT" -o "$OUT"
 compare "thumbnails (80 x 50)" -- vipsthumbnail -s 80x50 -o "$WORK/thumb.png" "$PHOTO" -- \
   "$TOOL" thumbnails "$PHOTO" -o "$WORK/sheet.png"

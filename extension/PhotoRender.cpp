@@ -157,9 +157,15 @@ int generateRows(VipsRegion* out, void* sequence, void*, void* renderArgument, g
 bool renderedImage(StreamedRender* render, bool rowsReadOnce, VipsRef* result)
 {
     VipsRef generated(vips_image_new());
-    if (vips_image_pipelinev(generated.get(), VIPS_DEMAND_STYLE_FATSTRIP, render->photo, nullptr) != 0 ||
-        vips_image_generate(generated.get(), vips_start_one, generateRows, vips_stop_one, render->photo,
-                            render) != 0)
+    if (vips_image_pipelinev(generated.get(), VIPS_DEMAND_STYLE_FATSTRIP, render->photo, nullptr) != 0)
+        return false;
+    // Asked for in strips of whole rows, whatever the steps before it would
+    // rather be asked for: a band is rendered across the whole width. A
+    // photo turned upright (or straightened) would have it asked for in
+    // small tiles, and a whole band was rendered for each of them: a
+    // portrait photo from a phone took 9 s, where it takes 0.8.
+    generated.get()->dhint = VIPS_DEMAND_STYLE_FATSTRIP;
+    if (vips_image_generate(generated.get(), vips_start_one, generateRows, vips_stop_one, render->photo, render) != 0)
         return false;
     if (rowsReadOnce && render->bands->haloRadius() == 0) {
         render->bandsSideBySide = true;

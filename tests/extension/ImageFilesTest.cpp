@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cmath>
 #include <memory>
 #include <vector>
@@ -15,6 +16,8 @@
 #include "extension/ImageFiles.h"
 #include "extension/PhotoRender.h"
 #include "extension/ImageModRegistry.h"
+#include "mods/ImageModTemplate.h"
+#include "mods/basic/ImageModBrightness.h"
 #include "mods/output/ImageModCrop.h"
 #include "support/PhotoFiles.h"
 #include "support/RenderCheck.h"
@@ -71,6 +74,21 @@ void expectRgb(unsigned char const* p, int r, int g, int b, int tolerance = 0)
     EXPECT_NEAR(p[2], b, tolerance);
 }
 
+// Pixels rendered by CountingFilter, over all its copies.
+std::atomic<long> pixelsRendered{0};
+
+// Leaves the picture as it is and counts the pixels of every tile.
+class CountingFilter : public ImageModTemplate<CountingFilter, ImageModBrightness>
+{
+public:
+    CountingFilter() : ImageModTemplate(1.0f) {}
+    template <typename T>
+    void templateMod(FlexImage<T>* image, ImageModChunkInfo*)
+    {
+        pixelsRendered += long(image->width) * image->height;
+    }
+};
+
 class ImageFiles : public ::testing::Test
 {
 protected:
@@ -115,6 +133,25 @@ TEST_F(ImageFiles, OrientationIsAppliedOnReading)
             for (int i = 0; i < 4; ++i)
                 expectRgb(photo->bytes.pixelAt(i % 2, i / 2), expected[i][0], expected[i][1], expected[i][2]);
         }
+    }
+}
+
+// A chain without a halo renders every pixel of the photo once, turned
+// upright or not: turning a photo makes libvips ask for small tiles, and a
+// band across the whole width was rendered for each of them.
+TEST_F(ImageFiles, EveryPixelIsRenderedOnceTurnedOrNot)
+{
+    auto source = patternImage<unsigned char>(600, 400, 3, 5);
+    std::vector<unsigned char> samples(source->pixels, source->pixels + source->sampleCount());
+    CountingFilter counting;
+    for (int orientation : {1, 6}) {
+        SCOPED_TRACE(orientation);
+        Made image = rgb(samples, 600, 400);
+        vips_image_set_int(image.get(), VIPS_META_ORIENTATION, orientation);
+        ASSERT_TRUE(save(image.get(), path("photo.tif")));
+        pixelsRendered = 0;
+        ASSERT_TRUE(render(path("photo.tif"), path("out.png"), &counting));
+        EXPECT_EQ(pixelsRendered.load(), 600L * 400L);
     }
 }
 
