@@ -5,12 +5,14 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <memory>
 #include <mutex>
 #include <type_traits>
 #include <utility>
 
 #include "core/SampleMemory.h"
 #include "core/ScratchPool.h"
+#include "extension/WindowAhead.h"
 #include "mods/ImageModCompound.h"
 #include "mods/ImageModderBands.h"
 #include "mods/output/ImageModCrop.h"
@@ -27,6 +29,9 @@ struct StreamedRender
 {
     ImageModderBands* bands;
     VipsImage* photo;
+    // One worker of the saver asks for the bands, in order: each band's
+    // window is read while the band before it renders.
+    bool readsAhead = false;
     // The saver's workers ask for small bands side by side, each rendered
     // on the worker's own thread: nesting a parallel loop in theirs only
     // made threads compete for the same cores.
@@ -41,6 +46,9 @@ struct StreamedRender
     // be faulted in anew for every band.
     ScratchPool<SampleBuffer<unsigned char>> byteWindows;
     ScratchPool<SampleBuffer<float>> floatWindows;
+    // Last, so that a read still under way ends before the rest goes.
+    std::unique_ptr<WindowAhead<unsigned char>> bytesAhead;
+    std::unique_ptr<WindowAhead<float>> floatsAhead;
 
     template <typename T>
     ScratchPool<SampleBuffer<T>>& windows()
@@ -50,6 +58,10 @@ struct StreamedRender
         else
             return byteWindows;
     }
+
+    // The reader ahead for samples of type T, made on first use.
+    template <typename T>
+    WindowAhead<T>& ahead();
 };
 
 template <typename T>
@@ -79,6 +91,43 @@ bool prepare(VipsRegion* in, VipsRect const& area, StreamedRender* render)
     return false;
 }
 
+// The photo's rows of context copied into memory, as window; prepared: in
+// holds them already.
+template <typename T>
+bool copyWindow(VipsRegion* in, VipsRect const& context, StreamedRender* render, bool prepared,
+                SampleBuffer<T>* memory, FlexImage<T>* window)
+{
+    int const channels = in->im->Bands;
+    window->viewOf(memory->atLeast(size_t(context.width) * size_t(context.height) * size_t(channels)), context.width,
+                   context.height, channels);
+    size_t const rowBytes = size_t(context.width) * VIPS_IMAGE_SIZEOF_PEL(in->im);
+    for (int first = 0; first < context.height; first += windowStripRows) {
+        int const rows = std::min(windowStripRows, context.height - first);
+        VipsRect const strip{0, context.top + first, context.width, rows};
+        if (!prepared && !prepare(in, strip, render))
+            return false;
+        for (int y = first; y < first + rows; ++y)
+            std::memcpy(window->pixelAt(0, y), VIPS_REGION_ADDR(in, 0, context.top + y), rowBytes);
+    }
+    return true;
+}
+
+template <typename T>
+WindowAhead<T>& StreamedRender::ahead()
+{
+    std::unique_ptr<WindowAhead<T>>* held;
+    if constexpr (std::is_same_v<T, float>)
+        held = &floatsAhead;
+    else
+        held = &bytesAhead;
+    if (!*held)
+        *held = std::make_unique<WindowAhead<T>>(
+            photo, [this](VipsRegion* region, VipsRect const& context, SampleBuffer<T>* memory, FlexImage<T>* window) {
+                return copyWindow(region, context, this, false, memory, window);
+            });
+    return **held;
+}
+
 // The photo's rows of context into window: in place when they come in one
 // piece, else copied into memory.
 template <typename T>
@@ -94,19 +143,33 @@ bool readWindow(VipsRegion* in, VipsRect const& context, StreamedRender* render,
             return true;
         }
     }
-    int const channels = in->im->Bands;
-    window->viewOf(memory->atLeast(size_t(context.width) * size_t(context.height) * size_t(channels)), context.width,
-                   context.height, channels);
-    size_t const rowBytes = size_t(context.width) * VIPS_IMAGE_SIZEOF_PEL(in->im);
-    for (int first = 0; first < context.height; first += windowStripRows) {
-        int const rows = std::min(windowStripRows, context.height - first);
-        VipsRect const strip{0, context.top + first, context.width, rows};
-        if (!inOneRead && !prepare(in, strip, render))
-            return false;
-        for (int y = first; y < first + rows; ++y)
-            std::memcpy(window->pixelAt(0, y), VIPS_REGION_ADDR(in, 0, context.top + y), rowBytes);
-    }
-    return true;
+    return copyWindow(in, context, render, inOneRead, memory, window);
+}
+
+// The window of context for a band: read ahead, or read in place when the
+// bands may come in any order.
+template <typename T>
+bool windowFor(VipsRegion* in, VipsRect const& context, StreamedRender* render, SampleBuffer<T>* memory,
+               FlexImage<T>* window)
+{
+    if (render->readsAhead)
+        return render->ahead<T>().take(context, window);
+    return readWindow(in, context, render, memory, window);
+}
+
+// With one worker the band after wanted comes next: its window is read
+// while wanted renders.
+template <typename T>
+void readNextWindow(VipsRect const& wanted, StreamedRender* render)
+{
+    int const height = render->photo->Ysize;
+    int const halo = render->bands->haloRadius();
+    int const nextTop = wanted.top + wanted.height;
+    if (!render->readsAhead || nextTop >= height || render->cancelled)
+        return;
+    int const top = std::max(0, nextTop - halo);
+    int const bottom = std::min(height, nextTop + wanted.height + halo);
+    render->ahead<T>().readAhead(VipsRect{0, top, render->photo->Xsize, bottom - top});
 }
 
 template <typename T>
@@ -120,8 +183,9 @@ int renderRows(VipsRegion* out, VipsRegion* in, StreamedRender* render)
     VipsRect const context{0, top, width, std::min(height, wanted.top + wanted.height + halo) - top};
     auto const windowMemory = render->windows<T>().lease();
     FlexImage<T> window;
-    if (render->cancelled || !readWindow(in, context, render, &*windowMemory, &window))
+    if (render->cancelled || !windowFor(in, context, render, &*windowMemory, &window))
         return -1;
+    readNextWindow<T>(wanted, render);
     // The band is rendered across the whole width; a narrower request (the
     // savers ask for whole rows) takes its part of it.
     VipsRect const rows{0, wanted.top, width, wanted.height};
@@ -387,8 +451,10 @@ bool renderPhotoFile(QString const& photoPath, ImageMod* mod, QString const& out
     // the band the first is making, or compete with its tiles for the same
     // cores: one worker saves in 5 to 10% less time. A resize after the
     // render keeps them all, for work of its own.
-    if (bands.haloRadius() > 0 && !resized)
+    if (bands.haloRadius() > 0 && !resized) {
         vips_image_set_int(ready.get(), VIPS_META_CONCURRENCY, 1);
+        render.readsAhead = true;
+    }
 
     std::pair<StreamedRender*, RenderProgress const*> progressContext(&render, &progress);
     if (progress) {
