@@ -451,9 +451,12 @@ bool renderPhotoFile(QString const& photoPath, ImageMod* mod, QString const& out
     // the band the first is making, or compete with its tiles for the same
     // cores: one worker saves in 5 to 10% less time. A resize after the
     // render keeps them all, for work of its own.
+    // The next band's window is then read while a band renders, but not a
+    // window over two bands tall (a wide halo's): a second one would be the
+    // largest buffer of the render, and take it past 100 MiB on 24 MP.
     if (bands.haloRadius() > 0 && !resized) {
         vips_image_set_int(ready.get(), VIPS_META_CONCURRENCY, 1);
-        render.readsAhead = true;
+        render.readsAhead = 2 * bands.haloRadius() <= bands.bandHeight();
     }
 
     std::pair<StreamedRender*, RenderProgress const*> progressContext(&render, &progress);
