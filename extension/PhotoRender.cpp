@@ -146,6 +146,16 @@ bool readWindow(VipsRegion* in, VipsRect const& context, StreamedRender* render,
     return copyWindow(in, context, render, inOneRead, memory, window);
 }
 
+// The photo's rows that rows [first, first + count) are rendered from: the
+// halo's rows more on each side, within the photo.
+VipsRect contextOf(int first, int count, StreamedRender const* render)
+{
+    int const halo = render->bands->haloRadius();
+    int const top = std::max(0, first - halo);
+    int const bottom = std::min(render->photo->Ysize, first + count + halo);
+    return VipsRect{0, top, render->photo->Xsize, bottom - top};
+}
+
 // The window of context for a band: read ahead, or read in place when the
 // bands may come in any order.
 template <typename T>
@@ -162,14 +172,10 @@ bool windowFor(VipsRegion* in, VipsRect const& context, StreamedRender* render, 
 template <typename T>
 void readNextWindow(VipsRect const& wanted, StreamedRender* render)
 {
-    int const height = render->photo->Ysize;
-    int const halo = render->bands->haloRadius();
     int const nextTop = wanted.top + wanted.height;
-    if (!render->readsAhead || nextTop >= height || render->cancelled)
+    if (!render->readsAhead || nextTop >= render->photo->Ysize || render->cancelled)
         return;
-    int const top = std::max(0, nextTop - halo);
-    int const bottom = std::min(height, nextTop + wanted.height + halo);
-    render->ahead<T>().readAhead(VipsRect{0, top, render->photo->Xsize, bottom - top});
+    render->ahead<T>().readAhead(contextOf(nextTop, wanted.height, render));
 }
 
 template <typename T>
@@ -177,10 +183,7 @@ int renderRows(VipsRegion* out, VipsRegion* in, StreamedRender* render)
 {
     VipsRect const& wanted = out->valid;
     int const width = render->photo->Xsize;
-    int const height = render->photo->Ysize;
-    int const halo = render->bands->haloRadius();
-    int const top = std::max(0, wanted.top - halo);
-    VipsRect const context{0, top, width, std::min(height, wanted.top + wanted.height + halo) - top};
+    VipsRect const context = contextOf(wanted.top, wanted.height, render);
     auto const windowMemory = render->windows<T>().lease();
     FlexImage<T> window;
     if (render->cancelled || !windowFor(in, context, render, &*windowMemory, &window))
