@@ -162,17 +162,31 @@ public:
     // 1 / (norm x scale), which turns its sums into samples.
     std::vector<int> inner, reach;
     std::vector<double> c, sideA, sideB, sideC, toSample;
-    // Where each run of kernels of one reach and middle ends, in order: a
-    // radius that varies over the picture changes them only now and then.
+    // Where each run of kernels of one reach and middle ends, in order (the
+    // first runCount): a radius that varies over the picture changes them
+    // only now and then.
     std::vector<int> runEnds;
+    size_t runCount = 0;
 
 private:
+    // Every position is written as a possible end and kept only where its
+    // kernel differs from the next: no branch, which the changes of reach,
+    // some hundreds along a line at no pattern, would mostly mispredict.
     void findRuns(int count)
     {
-        runEnds.clear();
-        for (int i = 1; i <= count; ++i)
-            if (i == count || reach[size_t(i)] != reach[size_t(i - 1)] || inner[size_t(i)] != inner[size_t(i - 1)])
-                runEnds.push_back(i);
+        if (runEnds.size() < size_t(std::max(count, 0)) + 1)
+            runEnds.resize(size_t(std::max(count, 0)) + 1);
+        int* const ends = runEnds.data();
+        int const* const reachOf = reach.data();
+        int const* const innerOf = inner.data();
+        size_t found = 0;
+        for (int i = 1; i < count; ++i) {
+            ends[found] = i;
+            found += size_t((reachOf[i] != reachOf[i - 1]) | (innerOf[i] != innerOf[i - 1]));
+        }
+        if (count > 0)
+            ends[found++] = count;
+        runCount = found;
     }
 
     void resize(size_t n)
@@ -442,8 +456,11 @@ public:
         prefix.resize(size_t(3 * channels) * (positions + 1));
         size_t const begin = size_t(std::max(from, 0));
         size_t const end = std::min(positions, size_t(std::max(to, 0)) + 2 * size_t(pad));
-        for (int c = 0; c < channels; ++c)
-            buildChannel(samples + c, length, begin, end, plane(c, 0), plane(c, 1), plane(c, 2));
+        if (channels == 3)
+            buildChannels<3>(samples, 0, length, begin, end);
+        else
+            for (int c = 0; c < channels; ++c)
+                buildChannels<1>(samples, c, length, begin, end);
     }
 
     // Positions [from, from + count) blurred, each with its own kernel of
@@ -484,34 +501,45 @@ private:
     // numbers of at most 24 bits, quantised into int32s as the plane was
     // made: converted here, from floats, each took a conversion in a loop
     // that has few other steps.
-    void buildChannel(int32_t const* samples, int length, size_t begin, size_t end, uint64_t* p0, uint64_t* p1,
-                      uint64_t* p2) const
+    // Channels [c0, c0 + Channels) are summed side by side, a pixel a step:
+    // one pass over the line, one product i^2 a position, and the stores of
+    // the channels' planes interleaved.
+    template <int Channels>
+    void buildChannels(int32_t const* samples, int c0, int length, size_t begin, size_t end)
     {
-        p0[begin] = p1[begin] = p2[begin] = 0;
-        auto const sampleAt = [&](int x) { return uint64_t(uint32_t(samples[size_t(x) * channels])); };
+        uint64_t* p[Channels][3];
+        for (int c = 0; c < Channels; ++c)
+            for (int k = 0; k < 3; ++k) {
+                p[c][k] = plane(c0 + c, k);
+                p[c][k][begin] = 0;
+            }
+        size_t const stride = size_t(channels);
+        int32_t const* const line = samples + c0;
         // The running sums stay in registers: read back from the planes,
         // each step would wait for the store before it.
-        uint64_t s0 = 0, s1 = 0, s2 = 0;
-        auto const add = [&](size_t from, size_t to, auto valueAt) {
-            for (size_t j = from; j < to; ++j) {
-                uint64_t const v = valueAt(j);
+        uint64_t s0[Channels] = {}, s1[Channels] = {}, s2[Channels] = {};
+        auto const add = [&](size_t from, size_t to, int32_t const* pixel, size_t step) {
+            for (size_t j = from; j < to; ++j, pixel += step) {
                 uint64_t const i = j;
-                s0 += v;
-                s1 += i * v;
-                s2 += i * i * v;
-                p0[j + 1] = s0;
-                p1[j + 1] = s1;
-                p2[j + 1] = s2;
+                uint64_t const squareI = i * i;
+                for (int c = 0; c < Channels; ++c) {
+                    uint64_t const v = uint32_t(pixel[c]);
+                    s0[c] += v;
+                    s1[c] += i * v;
+                    s2[c] += squareI * v;
+                    p[c][0][j + 1] = s0[c];
+                    p[c][1][j + 1] = s1[c];
+                    p[c][2][j + 1] = s2[c];
+                }
             }
         };
         size_t const lineStart = size_t(pad);
         size_t const lineEnd = lineStart + size_t(length);
-        uint64_t const first = sampleAt(0);
-        uint64_t const last = sampleAt(length - 1);
         auto const within = [&](size_t at) { return std::clamp(at, begin, end); };
-        add(within(0), within(lineStart), [first](size_t) { return first; });
-        add(within(lineStart), within(lineEnd), [&](size_t j) { return sampleAt(int(j - lineStart)); });
-        add(within(lineEnd), within(positions), [last](size_t) { return last; });
+        size_t const inside = within(lineStart);
+        add(within(0), inside, line, 0);
+        add(inside, within(lineEnd), line + (inside - lineStart) * stride, stride);
+        add(within(lineEnd), within(positions), line + size_t(length - 1) * stride, 0);
     }
 
     // The blurred samples at prefix positions first.. with the kernels of
@@ -536,7 +564,8 @@ private:
         double const* sideC = shapes.sideC.data();
         double const* toSample = shapes.toSample.data();
         int runStart = 0;
-        for (int const runEnd : shapes.runEnds) {
+        for (size_t run = 0; run < shapes.runCount; ++run) {
+            int const runEnd = shapes.runEnds[run];
             int const reach = reachOf[runStart];
             int const inner = innerOf[runStart];
             for (int i = runStart; i < runEnd; ++i) {

@@ -17,9 +17,9 @@
 
 namespace {
 
-void fillRandomly(FlexImage<float>& image, int width, int height, unsigned seed)
+void fillRandomly(FlexImage<float>& image, int width, int height, unsigned seed, int channels = 3)
 {
-    image.reshape(width, height, 3);
+    image.reshape(width, height, channels);
     std::mt19937 random(seed);
     std::uniform_real_distribution<float> level(0.0f, 255.0f);
     for (size_t i = 0; i < image.sampleCount(); ++i)
@@ -131,25 +131,27 @@ TEST(RunningBlur, PerPixelRadiiMatchTheDirectRule)
     std::mt19937 random(5);
     std::uniform_real_distribution<float> anyRadius(0.0f, 14.0f);
     for (BlurMethod method : {BlurGaussian, BlurBox})
-        for (int pattern = 0; pattern < 3; ++pattern) {
-            std::vector<float> radii(size_t(w) * h);
-            for (int y = 0; y < h; ++y)
-                for (int x = 0; x < w; ++x) {
-                    float const smooth = 0.3f * std::hypot(float(x - w / 2), float(y - h / 2));
-                    radii[size_t(y) * w + x] = pattern == 0 ? smooth : pattern == 1 ? anyRadius(random) : 0.0f;
-                }
-            if (pattern == 2) // a blurred ring around an untouched middle
-                for (size_t i = 0; i < radii.size(); i += 3)
-                    radii[i] = 6.5f;
-            SCOPED_TRACE(testing::Message() << (method == BlurBox ? "box" : "gaussian") << " pattern " << pattern);
-            FlexImage<float> direct;
-            fillRandomly(direct, w, h, unsigned(pattern + 1));
-            FlexImage<float> running;
-            running.copyFromImage(direct, true);
-            directVariableBlur(&direct, radii, method);
-            runningVariableBlur(&running, radii.data(), method, *std::max_element(radii.begin(), radii.end()));
-            EXPECT_LT(largestDifference(direct, running), 1e-3f);
-        }
+        for (int pattern = 0; pattern < 3; ++pattern)
+            for (int channels : {3, 1, 4}) {
+                std::vector<float> radii(size_t(w) * h);
+                for (int y = 0; y < h; ++y)
+                    for (int x = 0; x < w; ++x) {
+                        float const smooth = 0.3f * std::hypot(float(x - w / 2), float(y - h / 2));
+                        radii[size_t(y) * w + x] = pattern == 0 ? smooth : pattern == 1 ? anyRadius(random) : 0.0f;
+                    }
+                if (pattern == 2) // a blurred ring around an untouched middle
+                    for (size_t i = 0; i < radii.size(); i += 3)
+                        radii[i] = 6.5f;
+                SCOPED_TRACE(testing::Message() << (method == BlurBox ? "box" : "gaussian") << " pattern " << pattern
+                                                << ", " << channels << " channels");
+                FlexImage<float> direct;
+                fillRandomly(direct, w, h, unsigned(pattern + 1), channels);
+                FlexImage<float> running;
+                running.copyFromImage(direct, true);
+                directVariableBlur(&direct, radii, method);
+                runningVariableBlur(&running, radii.data(), method, *std::max_element(radii.begin(), radii.end()));
+                EXPECT_LT(largestDifference(direct, running), 1e-3f);
+            }
 }
 
 // A tile holding only small radii rounds its samples as the whole picture
