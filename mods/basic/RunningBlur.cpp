@@ -138,6 +138,13 @@ inline SymmetricKernel boxShape(double extent, int reach)
     return k;
 }
 
+// A radius as the extent of its kernel: none for 0 or for what is not a
+// number, and a million pixels at most.
+inline float extentOf(float radius)
+{
+    return radius > 0.0f ? std::min(radius, 1.0e6f) : 0.0f;
+}
+
 // The circular blur's kernels for a line of radii (no blur for 0 or for
 // what is not a number; radii past a million pixels blur as a million), one
 // array a setting, and each kernel's 1 / (norm x scale). Made in plain loops
@@ -210,8 +217,7 @@ private:
         // The arrays are apart from each other and from the radii.
 #pragma GCC ivdep
         for (int i = 0; i < count; ++i) {
-            float const radius = radii[i];
-            float const extent = radius > 0.0f ? std::min(radius, 1.0e6f) : 0.0f;
+            float const extent = extentOf(radii[i]);
             SymmetricKernel const k = shape(extent, ceilOfPositive(extent));
             innerOf[i] = k.inner;
             reachOf[i] = k.reach;
@@ -599,32 +605,235 @@ private:
     }
 };
 
+// --- narrow kernels, tap by tap -------------------------------------------
+
+// A kernel of small reach is cheaper summed tap by tap than from prefix
+// sums: with the tap count fixed, a line of pixels is a plain loop whose
+// taps unroll, each pixel in a lane of a vector with its own weights, and
+// nothing is stored but the results. Those of reach up to 8, 16 and 24 are
+// summed over 8, 16 and 24 taps each side (the taps past a kernel's reach
+// weigh 0); wider ones come from prefix sums. Either way a pixel's result
+// depends only on its radius and the samples around it, so every tiling
+// gives the same.
+constexpr int widestTaps = 24;
+
+// The taps for a radius (one whose reach is up to 8, 16 or 24), or 0 for
+// prefix sums. (A radius that is not a number blurs nothing, from prefix
+// sums.)
+inline int tapsFor(float radius)
+{
+    return radius <= 8.0f ? 8 : radius <= 16.0f ? 16 : radius <= float(widestTaps) ? widestTaps : 0;
+}
+
+// The weight of tap k (k >= 1) of a pixel's kernel from its two settings:
+// ease(1 - k v), v = 1 / (extent + 1) (the middle weighs 1; past extent + 1
+// the weight is 0); and for the box 1 below its reach n, its fraction of a
+// pixel at n, 0 beyond.
+struct GaussianTaps
+{
+    static void settings(float extent, float* a, float*)
+    {
+        *a = 1.0f / (extent + 1.0f);
+    }
+    static float weight(float k, float a, float)
+    {
+        float const t = std::max(1.0f - k * a, 0.0f);
+        float const rising = 2.0f * t * t;
+        float const falling = 1.0f - 2.0f * (1.0f - t) * (1.0f - t);
+        return t < 0.5f ? rising : falling;
+    }
+};
+
+struct BoxTaps
+{
+    static void settings(float extent, float* a, float* b)
+    {
+        float const reach = float(ceilOfPositive(extent));
+        *a = reach;
+        *b = extent - reach + 1.0f;
+    }
+    static float weight(float k, float a, float b)
+    {
+        return k < a ? 1.0f : k == a ? b : 0.0f;
+    }
+};
+
+// count pixels blurred over Taps taps each side into out (pixel after
+// pixel): around holds each channel's samples from Taps before the first
+// pixel to Taps after the last (channel c at around + c x stride), a and b
+// each pixel's kernel settings. Channels is the channel count, or 0 for any.
+template <int Taps, int Channels, typename Kernel>
+WIDEST_VECTORS void sumTaps(float const* around, size_t stride, float const* a, float const* b, int count,
+                            int anyChannels, float* out)
+{
+    int const channels = Channels > 0 ? Channels : anyChannels;
+    for (int i = 0; i < count; ++i) {
+        float const ai = a[i];
+        float const bi = b[i];
+        float norm = 1.0f;
+        float sums[Channels > 0 ? Channels : 1];
+#pragma GCC unroll 4
+        for (int c = 0; c < (Channels > 0 ? Channels : 1); ++c)
+            sums[c] = around[size_t(c) * stride + size_t(i) + Taps];
+#pragma GCC unroll 32
+        for (int k = 1; k <= Taps; ++k) {
+            float const w = Kernel::weight(float(k), ai, bi);
+            norm += 2.0f * w;
+#pragma GCC unroll 4
+            for (int c = 0; c < (Channels > 0 ? Channels : 1); ++c) {
+                float const* centre = around + size_t(c) * stride + size_t(i) + Taps;
+                sums[c] += w * (centre[k] + centre[-k]);
+            }
+        }
+#pragma GCC unroll 4
+        for (int c = 0; c < (Channels > 0 ? Channels : 1); ++c)
+            out[size_t(i) * channels + c] = sums[c] / norm;
+    }
+}
+
+class TapBlur
+{
+public:
+    // Positions [from, to) of a line of length positions x channels (whole
+    // numbers of 1/scale levels), position from + i with radii[i], over
+    // taps taps each side, into out (pixel after pixel). Past the line's
+    // ends its edge samples repeat.
+    void blur(int32_t const* samples, int length, int channels, float const* radii, int from, int to,
+              BlurMethod method, double scale, int taps, float* out)
+    {
+        int const count = to - from;
+        if (count <= 0)
+            return;
+        size_t const stride = size_t(count) + 2 * size_t(taps);
+        around.resize(stride * size_t(channels));
+        // The samples in the line, then the edges repeated before and after.
+        int const first = from - taps;
+        int const inside0 = std::clamp(first, 0, length);
+        int const inside1 = std::clamp(to + taps, inside0, length);
+        float const toLevels = float(1.0 / scale);
+        if (channels == 3)
+            spread<3>(samples + size_t(inside0) * 3, inside1 - inside0, channels, toLevels, size_t(inside0 - first),
+                      stride);
+        else
+            spread<0>(samples + size_t(inside0) * channels, inside1 - inside0, channels, toLevels,
+                      size_t(inside0 - first), stride);
+        for (int c = 0; c < channels; ++c) {
+            float* const line = around.data() + size_t(c) * stride;
+            std::fill(line, line + (inside0 - first), float(samples[c]) * toLevels);
+            std::fill(line + (inside1 - first), line + stride,
+                      float(samples[size_t(length - 1) * channels + size_t(c)]) * toLevels);
+        }
+        a.resize(size_t(count));
+        b.resize(size_t(count));
+        if (method == BlurBox)
+            sumWith<BoxTaps>(radii, count, channels, taps, stride, out);
+        else
+            sumWith<GaussianTaps>(radii, count, channels, taps, stride, out);
+    }
+
+private:
+    std::vector<float> around, a, b;
+
+    // n pixels into each channel's line of around from position at, in
+    // levels. Channels is the channel count, or 0 for any.
+    template <int Channels>
+    void spread(int32_t const* pixels, int n, int anyChannels, float toLevels, size_t at, size_t stride)
+    {
+        size_t const k = size_t(Channels > 0 ? Channels : anyChannels);
+        float* const out = around.data() + at;
+        for (size_t x = 0; x < size_t(std::max(n, 0)); ++x)
+#pragma GCC unroll 4
+            for (size_t c = 0; c < k; ++c)
+                out[c * stride + x] = float(pixels[x * k + c]) * toLevels;
+    }
+
+    template <typename Kernel>
+    void sumWith(float const* radii, int count, int channels, int taps, size_t stride, float* out)
+    {
+        for (int i = 0; i < count; ++i)
+            Kernel::settings(extentOf(radii[i]), &a[size_t(i)], &b[size_t(i)]);
+        if (taps == 8)
+            sumFor<8, Kernel>(count, channels, stride, out);
+        else if (taps == 16)
+            sumFor<16, Kernel>(count, channels, stride, out);
+        else
+            sumFor<widestTaps, Kernel>(count, channels, stride, out);
+    }
+
+    template <int Taps, typename Kernel>
+    void sumFor(int count, int channels, size_t stride, float* out)
+    {
+        if (channels == 3) {
+            sumTaps<Taps, 3, Kernel>(around.data(), stride, a.data(), b.data(), count, channels, out);
+            return;
+        }
+        for (int c = 0; c < channels; ++c)
+            sumTaps<Taps, 0, Kernel>(around.data() + size_t(c) * stride, stride, a.data(), b.data(), count,
+                                     channels, out + c);
+    }
+};
+
 // Blurs positions [from, to) of every line of a plane of lines x length
 // positions x channels, each with the kernel of its radius (radii[line *
 // radiiStride + position]), into lines of to - from positions; pad is at
-// least the largest reach of those kernels.
+// least the largest reach of those kernels. Along a line, the stretches of
+// kernels of one tap count are summed tap by tap, those wider from prefix
+// sums.
 void sweepVarying(int32_t const* in, int lines, int length, int channels, float const* radii, size_t radiiStride,
                   int from, int to, BlurMethod method, double scale, int pad, float* out)
 {
     int const made = to - from;
     LinePrefixSums sums(channels, pad);
     LineShapes shapes;
+    TapBlur taps;
     std::vector<float> blurred(size_t(std::max(made, 0)) * channels);
+    std::vector<int> tapsOf(size_t(std::max(made, 0)));
     for (int line = 0; line < lines; ++line) {
-        sums.build(in + size_t(line) * length * channels, length, from, to);
-        shapes.make(method, radii + size_t(line) * radiiStride + from, made, scale);
-        sums.blurLine(from, made, shapes, blurred.data(), out + size_t(line) * made * channels);
+        int32_t const* const samples = in + size_t(line) * length * channels;
+        float const* const lineRadii = radii + size_t(line) * radiiStride;
+        float* const lineOut = out + size_t(line) * made * channels;
+        for (int i = 0; i < made; ++i)
+            tapsOf[size_t(i)] = tapsFor(lineRadii[from + i]);
+        for (int begin = 0; begin < made;) {
+            int const kind = tapsOf[size_t(begin)];
+            int end = begin + 1;
+            while (end < made && tapsOf[size_t(end)] == kind)
+                ++end;
+            int const first = from + begin;
+            int const last = from + end;
+            float* const spanOut = lineOut + size_t(begin) * channels;
+            if (kind > 0) {
+                taps.blur(samples, length, channels, lineRadii + first, first, last, method, scale, kind, spanOut);
+            } else {
+                sums.build(samples, length, first, last);
+                shapes.make(method, lineRadii + first, end - begin, scale);
+                sums.blurLine(first, end - begin, shapes, blurred.data(), spanOut);
+            }
+            begin = end;
+        }
     }
 }
 
 // The reach of the largest of the radii (those that are not numbers blur
 // nothing), at most a million pixels.
-int reachOfLargest(float const* radii, size_t count)
+// Positive floats order as their bits do, as whole numbers: the largest is
+// found with whole-number maxima, which vectorise (a float maximum does not
+// in strict arithmetic, which must keep what is not a number in order).
+// The bits of a positive float, infinity included, are 1 to 0x7f800000;
+// zero, negative numbers and what is not a number count as 0.
+WIDEST_VECTORS int reachOfLargest(float const* radii, size_t count)
 {
-    float largest = 0.0f;
-    for (size_t i = 0; i < count; ++i)
-        largest = radii[i] > largest ? radii[i] : largest;
-    return int(std::ceil(std::min(largest, 1.0e6f)));
+    constexpr uint32_t infinityBits = 0x7f800000u;
+    uint32_t largest = 0;
+    for (size_t i = 0; i < count; ++i) {
+        uint32_t b;
+        std::memcpy(&b, radii + i, sizeof b);
+        // A mask, not a select: a select here does not vectorise.
+        largest = std::max(largest, b & -uint32_t(b - 1u < infinityBits));
+    }
+    float value;
+    std::memcpy(&value, &largest, sizeof value);
+    return int(std::ceil(std::min(value, 1.0e6f)));
 }
 
 // --- discs from row spans ------------------------------------------------

@@ -129,15 +129,21 @@ TEST(RunningBlur, PerPixelRadiiMatchTheDirectRule)
     int const w = 37;
     int const h = 71; // more than two strips of lines, as w is more than one
     std::mt19937 random(5);
-    std::uniform_real_distribution<float> anyRadius(0.0f, 14.0f);
+    std::uniform_real_distribution<float> anyRadius(0.0f, 40.0f);
     for (BlurMethod method : {BlurGaussian, BlurBox})
-        for (int pattern = 0; pattern < 3; ++pattern)
+        for (int pattern = 0; pattern < 4; ++pattern)
             for (int channels : {3, 1, 4}) {
                 std::vector<float> radii(size_t(w) * h);
                 for (int y = 0; y < h; ++y)
                     for (int x = 0; x < w; ++x) {
-                        float const smooth = 0.3f * std::hypot(float(x - w / 2), float(y - h / 2));
-                        radii[size_t(y) * w + x] = pattern == 0 ? smooth : pattern == 1 ? anyRadius(random) : 0.0f;
+                        float const distance = std::hypot(float(x - w / 2), float(y - h / 2));
+                        float const smooth = 0.3f * distance;
+                        // From 0 in the middle to 39 in the corners: lines
+                        // whose kernels are summed tap by tap in the middle
+                        // and from prefix sums further out.
+                        float const wide = distance;
+                        radii[size_t(y) * w + x] =
+                            pattern == 0 ? smooth : pattern == 1 ? anyRadius(random) : pattern == 3 ? wide : 0.0f;
                     }
                 if (pattern == 2) // a blurred ring around an untouched middle
                     for (size_t i = 0; i < radii.size(); i += 3)
