@@ -38,26 +38,6 @@ inline float quantised(float v, double scale)
     return whole + float(exact - whole >= 0.5f);
 }
 
-// Scratch planes lent out for each blur: a blur of a large tile needs tens
-// of megabytes, and fresh pages cost more to fault in than the blur itself.
-// They grow without copying or clearing what they held.
-struct BlurScratch
-{
-    SampleBuffer<float> plane;      // the fixed kernel's quantised samples
-    SampleBuffer<int32_t> wholePlane; // the varying blur's
-    SampleBuffer<float> blurred;
-    SampleBuffer<float> radii;
-    SampleBuffer<double> sums;
-};
-
-// Never destroyed: blurs may still run on worker threads while the program
-// ends.
-ScratchPool<BlurScratch>& blurScratchPool()
-{
-    static auto* pool = new ScratchPool<BlurScratch>();
-    return *pool;
-}
-
 // Whole numbers, worked out in doubles so that a loop of kernels vectorises:
 // exact up to reaches of about 10^5; beyond, rounded, the same for every
 // tile.
@@ -659,38 +639,129 @@ struct BoxTaps
 };
 
 // count pixels blurred over Taps taps each side into out (pixel after
-// pixel): around holds each channel's samples from Taps before the first
-// pixel to Taps after the last (channel c at around + c x stride), a and b
-// each pixel's kernel settings. Channels is the channel count, or 0 for any.
+// pixel). around holds each channel's samples (channel c at around + c x
+// stride) from Taps taps before the first pixel, step apart: pixel i's
+// centre is at i + Taps x step, its taps step on either side of it. a and
+// b are each pixel's kernel settings. Channels is the channel count, or 0
+// for one channel of any count. The sums go tap after tap, in the same
+// order whatever the step, so a pixel comes out alike along a line or down
+// a column.
 template <int Taps, int Channels, typename Kernel>
-WIDEST_VECTORS void sumTaps(float const* around, size_t stride, float const* a, float const* b, int count,
-                            int anyChannels, float* out)
+WIDEST_VECTORS void sumTaps(float const* __restrict around, size_t stride, size_t step, float const* __restrict a,
+                            float const* __restrict b, int count, int anyChannels, float* __restrict out)
 {
     int const channels = Channels > 0 ? Channels : anyChannels;
+    constexpr int summed = Channels > 0 ? Channels : 1;
     for (int i = 0; i < count; ++i) {
         float const ai = a[i];
         float const bi = b[i];
         float norm = 1.0f;
-        float sums[Channels > 0 ? Channels : 1];
+        float sums[summed];
+        float const* const centre = around + size_t(i) + size_t(Taps) * step;
 #pragma GCC unroll 4
-        for (int c = 0; c < (Channels > 0 ? Channels : 1); ++c)
-            sums[c] = around[size_t(c) * stride + size_t(i) + Taps];
+        for (int c = 0; c < summed; ++c)
+            sums[c] = centre[size_t(c) * stride];
 #pragma GCC unroll 32
         for (int k = 1; k <= Taps; ++k) {
             float const w = Kernel::weight(float(k), ai, bi);
             norm += 2.0f * w;
+            float const* const after = centre + size_t(k) * step;
+            float const* const before = centre - size_t(k) * step;
 #pragma GCC unroll 4
-            for (int c = 0; c < (Channels > 0 ? Channels : 1); ++c) {
-                float const* centre = around + size_t(c) * stride + size_t(i) + Taps;
-                sums[c] += w * (centre[k] + centre[-k]);
-            }
+            for (int c = 0; c < summed; ++c)
+                sums[c] += w * (after[size_t(c) * stride] + before[size_t(c) * stride]);
         }
 #pragma GCC unroll 4
-        for (int c = 0; c < (Channels > 0 ? Channels : 1); ++c)
+        for (int c = 0; c < summed; ++c)
             out[size_t(i) * channels + c] = sums[c] / norm;
     }
 }
 
+// Kernels summed tap by tap: their settings made from the radii, then the
+// sums over the samples laid out for them (see sumTaps).
+class TapSums
+{
+public:
+    // Settings for count pixels from their radii.
+    void settle(BlurMethod method, float const* radii, int count)
+    {
+        a.resize(size_t(std::max(count, 0)));
+        b.resize(size_t(std::max(count, 0)));
+        if (method == BlurBox)
+            settleWith<BoxTaps>(radii, count);
+        else
+            settleWith<GaussianTaps>(radii, count);
+    }
+
+    // The count settled pixels summed over taps taps each side (see
+    // sumTaps).
+    void sum(BlurMethod method, int taps, float const* around, size_t stride, size_t step, int count, int channels,
+             float* out) const
+    {
+        if (method == BlurBox)
+            sumWith<BoxTaps>(taps, around, stride, step, count, channels, out);
+        else
+            sumWith<GaussianTaps>(taps, around, stride, step, count, channels, out);
+    }
+
+private:
+    std::vector<float> a, b;
+
+    template <typename Kernel>
+    void settleWith(float const* radii, int count)
+    {
+        for (int i = 0; i < count; ++i)
+            Kernel::settings(extentOf(radii[i]), &a[size_t(i)], &b[size_t(i)]);
+    }
+
+    template <typename Kernel>
+    void sumWith(int taps, float const* around, size_t stride, size_t step, int count, int channels,
+                 float* out) const
+    {
+        if (taps == 8)
+            sumFor<8, Kernel>(around, stride, step, count, channels, out);
+        else if (taps == 16)
+            sumFor<16, Kernel>(around, stride, step, count, channels, out);
+        else
+            sumFor<widestTaps, Kernel>(around, stride, step, count, channels, out);
+    }
+
+    template <int Taps, typename Kernel>
+    void sumFor(float const* around, size_t stride, size_t step, int count, int channels, float* out) const
+    {
+        if (channels == 3) {
+            sumTaps<Taps, 3, Kernel>(around, stride, step, a.data(), b.data(), count, channels, out);
+            return;
+        }
+        for (int c = 0; c < channels; ++c)
+            sumTaps<Taps, 0, Kernel>(around + size_t(c) * stride, stride, step, a.data(), b.data(), count,
+                                     channels, out + c);
+    }
+};
+
+// Scratch planes lent out for each blur: a blur of a large tile needs tens
+// of megabytes, and fresh pages cost more to fault in than the blur itself.
+// They grow without copying or clearing what they held.
+struct BlurScratch
+{
+    SampleBuffer<float> plane;        // the fixed kernel's quantised samples
+    SampleBuffer<int32_t> wholePlane; // the varying blur's
+    SampleBuffer<float> levels;       // its samples for sums tap by tap
+    SampleBuffer<float> blurred;
+    SampleBuffer<float> radii;
+    SampleBuffer<double> sums;
+    TapSums taps;
+};
+
+// Never destroyed: blurs may still run on worker threads while the program
+// ends.
+ScratchPool<BlurScratch>& blurScratchPool()
+{
+    static auto* pool = new ScratchPool<BlurScratch>();
+    return *pool;
+}
+
+// Narrow kernels along a line of whole-number samples.
 class TapBlur
 {
 public:
@@ -723,16 +794,13 @@ public:
             std::fill(line + (inside1 - first), line + stride,
                       float(samples[size_t(length - 1) * channels + size_t(c)]) * toLevels);
         }
-        a.resize(size_t(count));
-        b.resize(size_t(count));
-        if (method == BlurBox)
-            sumWith<BoxTaps>(radii, count, channels, taps, stride, out);
-        else
-            sumWith<GaussianTaps>(radii, count, channels, taps, stride, out);
+        sums.settle(method, radii, count);
+        sums.sum(method, taps, around.data(), stride, 1, count, channels, out);
     }
 
 private:
-    std::vector<float> around, a, b;
+    std::vector<float> around;
+    TapSums sums;
 
     // n pixels into each channel's line of around from position at, in
     // levels. Channels is the channel count, or 0 for any.
@@ -745,31 +813,6 @@ private:
 #pragma GCC unroll 4
             for (size_t c = 0; c < k; ++c)
                 out[c * stride + x] = float(pixels[x * k + c]) * toLevels;
-    }
-
-    template <typename Kernel>
-    void sumWith(float const* radii, int count, int channels, int taps, size_t stride, float* out)
-    {
-        for (int i = 0; i < count; ++i)
-            Kernel::settings(extentOf(radii[i]), &a[size_t(i)], &b[size_t(i)]);
-        if (taps == 8)
-            sumFor<8, Kernel>(count, channels, stride, out);
-        else if (taps == 16)
-            sumFor<16, Kernel>(count, channels, stride, out);
-        else
-            sumFor<widestTaps, Kernel>(count, channels, stride, out);
-    }
-
-    template <int Taps, typename Kernel>
-    void sumFor(int count, int channels, size_t stride, float* out)
-    {
-        if (channels == 3) {
-            sumTaps<Taps, 3, Kernel>(around.data(), stride, a.data(), b.data(), count, channels, out);
-            return;
-        }
-        for (int c = 0; c < channels; ++c)
-            sumTaps<Taps, 0, Kernel>(around.data() + size_t(c) * stride, stride, a.data(), b.data(), count,
-                                     channels, out + c);
     }
 };
 
@@ -1124,8 +1167,70 @@ void blurVaryingRowsByStrips(FlexImage<T>* image, float const* radii, BlurMethod
     }
 }
 
+// count pixels quantised (see quantised) into levels, each channel into a
+// line of its own (channel c at out + c x stride). Channels is the channel
+// count, or 0 for any.
+template <int Channels, typename T>
+WIDEST_VECTORS void spreadLevels(T const* pixels, int count, int anyChannels, double scale, float* out,
+                                 size_t stride)
+{
+    size_t const k = size_t(Channels > 0 ? Channels : anyChannels);
+    auto const quantise = quantisedBy(scale);
+    float const toLevels = float(1.0 / scale);
+    for (size_t x = 0; x < size_t(std::max(count, 0)); ++x)
+#pragma GCC unroll 4
+        for (size_t c = 0; c < k; ++c)
+            out[c * stride + x] = quantise(pixels[x * k + c]) * toLevels;
+}
+
+// A strip of columns [left, left + lines) whose kernels all reach no
+// further than taps, summed tap by tap down the columns as they lie: no
+// rows and columns exchanged, nor prefix sums made. The samples are
+// quantised as the exchange quantises them, the rows past the read ones
+// repeat its edge rows as a line's edges repeat, and the sums go in the
+// same order: each pixel comes out as it would along an exchanged column.
+template <typename T>
+void blurColumnsByTaps(FlexImage<T>* image, float const* radii, BlurMethod method, double scale, int taps, int left,
+                       int lines, PixelRect used, PixelRect read, BlurScratch& keep)
+{
+    int const channels = image->channels;
+    int const rows = read.height() + 2 * taps;
+    size_t const channelSize = size_t(rows) * lines;
+    float* const levels = keep.levels.atLeast(channelSize * channels);
+    for (int r = 0; r < rows; ++r) {
+        T const* pixels = image->pixelAt(left, std::clamp(read.top - taps + r, read.top, read.bottom - 1));
+        float* const row = levels + size_t(r) * lines;
+        if (channels == 3)
+            spreadLevels<3>(pixels, lines, channels, scale, row, channelSize);
+        else
+            spreadLevels<0>(pixels, lines, channels, scale, row, channelSize);
+    }
+    float* const made = keep.blurred.atLeast(size_t(lines) * channels);
+    for (int y = used.top; y < used.bottom; ++y) {
+        float const* const rowRadii = radii + size_t(y) * image->width + left;
+        // The row's own widest kernel sets how many taps its sums take:
+        // often fewer than the strip's, as the radii grow from the middle.
+        int const rowTaps = tapsFor(float(reachOfLargest(rowRadii, size_t(lines))));
+        keep.taps.settle(method, rowRadii, lines);
+        keep.taps.sum(method, rowTaps, levels + size_t(y - read.top + taps - rowTaps) * lines, channelSize,
+                      size_t(lines), lines, channels, made);
+        storePlane(made, size_t(lines) * channels, image->pixelAt(left, y));
+    }
+}
+
+// The largest radius of a strip of columns' used pixels, as the taps that
+// sum them all (0 for prefix sums).
+int tapsOfStrip(float const* radii, size_t stride, int left, int lines, PixelRect used)
+{
+    int reach = 0;
+    for (int y = used.top; y < used.bottom; ++y)
+        reach = std::max(reach, reachOfLargest(radii + size_t(y) * stride + left, size_t(lines)));
+    return tapsFor(float(reach));
+}
+
 // Columns: a strip of columns, and its radii, with rows and columns
-// exchanged, so that each column is a line.
+// exchanged, so that each column is a line; or, where every kernel of the
+// strip is narrow, tap by tap as they lie.
 template <typename T>
 void blurVaryingColumnsByStrips(FlexImage<T>* image, float const* radii, BlurMethod method, double scale, int reach,
                                 PixelRect used, PixelRect read, BlurScratch& keep)
@@ -1140,6 +1245,20 @@ void blurVaryingColumnsByStrips(FlexImage<T>* image, float const* radii, BlurMet
     float* columnRadii = keep.radii.atLeast(size_t(read.height()) * varyingStripLines);
     for (int left = used.left; left < used.right; left += varyingStripLines) {
         int const lines = std::min(varyingStripLines, used.right - left);
+        // Strips of narrow kernels side by side are summed together: the
+        // longer the rows, the fewer the steps around each.
+        if (int const taps = tapsOfStrip(radii, size_t(width), left, lines, used)) {
+            int right = left + lines;
+            while (right < used.right && right - left < 64) {
+                int const next = std::min(varyingStripLines, used.right - right);
+                if (tapsOfStrip(radii, size_t(width), right, next, used) != taps)
+                    break;
+                right += next;
+            }
+            blurColumnsByTaps(image, radii, method, scale, taps, left, right - left, used, read, keep);
+            left = right - varyingStripLines;
+            continue;
+        }
         exchangeRowsAndColumns(image->pixelAt(left, read.top), imageStride, read.height(), lines, channels, plane,
                                lineSamples, quantisedBy<int32_t>(scale));
         exchangeRowsAndColumns(radii + size_t(read.top) * width + left, size_t(width), read.height(), lines, 1,
