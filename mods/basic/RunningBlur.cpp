@@ -1228,6 +1228,26 @@ int tapsOfStrip(float const* radii, size_t stride, int left, int lines, PixelRec
     return tapsFor(float(reach));
 }
 
+// Strips of narrow kernels side by side are summed down their columns
+// together, up to this many columns: the longer the rows, the fewer the
+// steps around each; and the plane of their samples stays small.
+constexpr int tapStripLines = 2 * varyingStripLines;
+
+// Where the strips that take the same taps as the strip [left, left +
+// lines) end, beside it: at most tapStripLines columns from left.
+int narrowStripsEnd(float const* radii, size_t stride, int left, int lines, int taps, PixelRect used)
+{
+    int const limit = std::min(used.right, left + tapStripLines);
+    int right = left + lines;
+    while (right < limit) {
+        int const next = std::min(varyingStripLines, limit - right);
+        if (tapsOfStrip(radii, stride, right, next, used) != taps)
+            break;
+        right += next;
+    }
+    return right;
+}
+
 // Columns: a strip of columns, and its radii, with rows and columns
 // exchanged, so that each column is a line; or, where every kernel of the
 // strip is narrow, tap by tap as they lie.
@@ -1243,20 +1263,12 @@ void blurVaryingColumnsByStrips(FlexImage<T>* image, float const* radii, BlurMet
     int32_t* plane = keep.wholePlane.atLeast(lineSamples * varyingStripLines);
     float* blurred = keep.blurred.atLeast(madeSamples * varyingStripLines);
     float* columnRadii = keep.radii.atLeast(size_t(read.height()) * varyingStripLines);
-    for (int left = used.left; left < used.right; left += varyingStripLines) {
+    for (int left = used.left; left < used.right;) {
         int const lines = std::min(varyingStripLines, used.right - left);
-        // Strips of narrow kernels side by side are summed together: the
-        // longer the rows, the fewer the steps around each.
         if (int const taps = tapsOfStrip(radii, size_t(width), left, lines, used)) {
-            int right = left + lines;
-            while (right < used.right && right - left < 64) {
-                int const next = std::min(varyingStripLines, used.right - right);
-                if (tapsOfStrip(radii, size_t(width), right, next, used) != taps)
-                    break;
-                right += next;
-            }
+            int const right = narrowStripsEnd(radii, size_t(width), left, lines, taps, used);
             blurColumnsByTaps(image, radii, method, scale, taps, left, right - left, used, read, keep);
-            left = right - varyingStripLines;
+            left = right;
             continue;
         }
         exchangeRowsAndColumns(image->pixelAt(left, read.top), imageStride, read.height(), lines, channels, plane,
@@ -1267,6 +1279,7 @@ void blurVaryingColumnsByStrips(FlexImage<T>* image, float const* radii, BlurMet
                      used.bottom - read.top, method, scale, reach, blurred);
         exchangeRowsAndColumns(blurred, madeSamples, lines, used.height(), channels, image->pixelAt(left, used.top),
                                imageStride, storedAs<T>());
+        left += lines;
     }
 }
 
