@@ -739,6 +739,79 @@ private:
     }
 };
 
+// count pixels into levels (toLevels of each sample), each channel into a
+// line of its own (channel c at out + c x stride). Channels is the channel
+// count, or 0 for any.
+template <int Channels, typename Sample, typename ToLevels>
+WIDEST_VECTORS void spreadLevels(Sample const* pixels, int count, int anyChannels, ToLevels toLevels, float* out,
+                                 size_t stride)
+{
+    size_t const k = size_t(Channels > 0 ? Channels : anyChannels);
+    for (size_t x = 0; x < size_t(std::max(count, 0)); ++x)
+#pragma GCC unroll 4
+        for (size_t c = 0; c < k; ++c)
+            out[c * stride + x] = toLevels(pixels[x * k + c]);
+}
+
+// A sample in levels: a whole number of 1/scale levels as it stands, or a
+// sample quantised (see quantised) as the planes of whole numbers hold it.
+// Either way the same float for the same sample.
+inline auto wholeInLevels(double scale)
+{
+    float const toLevels = float(1.0 / scale);
+    return [toLevels](int32_t whole) { return float(whole) * toLevels; };
+}
+
+template <typename T>
+auto quantisedInLevels(double scale)
+{
+    float const toLevels = float(1.0 / scale);
+    return [scale, toLevels](T sample) { return quantised(float(sample), scale) * toLevels; };
+}
+
+// Narrow kernels along a line of samples.
+class TapBlur
+{
+public:
+    // Positions [from, to) of a line of length positions x channels,
+    // position from + i with radii[i], over taps taps each side, into out
+    // (pixel after pixel). toLevels turns a sample into levels: a whole
+    // number of 1/scale levels, or a sample quantised as one. Past the
+    // line's ends its edge samples repeat.
+    template <typename Sample, typename ToLevels>
+    void blur(Sample const* samples, int length, int channels, float const* radii, int from, int to,
+              BlurMethod method, ToLevels toLevels, int taps, float* out)
+    {
+        int const count = to - from;
+        if (count <= 0)
+            return;
+        size_t const stride = size_t(count) + 2 * size_t(taps);
+        around.resize(stride * size_t(channels));
+        // The samples in the line, then the edges repeated before and after.
+        int const first = from - taps;
+        int const inside0 = std::clamp(first, 0, length);
+        int const inside1 = std::clamp(to + taps, inside0, length);
+        float* const inside = around.data() + (inside0 - first);
+        if (channels == 3)
+            spreadLevels<3>(samples + size_t(inside0) * 3, inside1 - inside0, channels, toLevels, inside, stride);
+        else
+            spreadLevels<0>(samples + size_t(inside0) * channels, inside1 - inside0, channels, toLevels, inside,
+                            stride);
+        for (int c = 0; c < channels; ++c) {
+            float* const line = around.data() + size_t(c) * stride;
+            std::fill(line, line + (inside0 - first), toLevels(samples[c]));
+            std::fill(line + (inside1 - first), line + stride,
+                      toLevels(samples[size_t(length - 1) * channels + size_t(c)]));
+        }
+        sums.settle(method, radii, count);
+        sums.sum(method, taps, around.data(), stride, 1, count, channels, out);
+    }
+
+private:
+    std::vector<float> around;
+    TapSums sums;
+};
+
 // Scratch planes lent out for each blur: a blur of a large tile needs tens
 // of megabytes, and fresh pages cost more to fault in than the blur itself.
 // They grow without copying or clearing what they held.
@@ -750,7 +823,8 @@ struct BlurScratch
     SampleBuffer<float> blurred;
     SampleBuffer<float> radii;
     SampleBuffer<double> sums;
-    TapSums taps;
+    TapSums taps;       // down strips of columns
+    TapBlur alongRows;
 };
 
 // Never destroyed: blurs may still run on worker threads while the program
@@ -760,61 +834,6 @@ ScratchPool<BlurScratch>& blurScratchPool()
     static auto* pool = new ScratchPool<BlurScratch>();
     return *pool;
 }
-
-// Narrow kernels along a line of whole-number samples.
-class TapBlur
-{
-public:
-    // Positions [from, to) of a line of length positions x channels (whole
-    // numbers of 1/scale levels), position from + i with radii[i], over
-    // taps taps each side, into out (pixel after pixel). Past the line's
-    // ends its edge samples repeat.
-    void blur(int32_t const* samples, int length, int channels, float const* radii, int from, int to,
-              BlurMethod method, double scale, int taps, float* out)
-    {
-        int const count = to - from;
-        if (count <= 0)
-            return;
-        size_t const stride = size_t(count) + 2 * size_t(taps);
-        around.resize(stride * size_t(channels));
-        // The samples in the line, then the edges repeated before and after.
-        int const first = from - taps;
-        int const inside0 = std::clamp(first, 0, length);
-        int const inside1 = std::clamp(to + taps, inside0, length);
-        float const toLevels = float(1.0 / scale);
-        if (channels == 3)
-            spread<3>(samples + size_t(inside0) * 3, inside1 - inside0, channels, toLevels, size_t(inside0 - first),
-                      stride);
-        else
-            spread<0>(samples + size_t(inside0) * channels, inside1 - inside0, channels, toLevels,
-                      size_t(inside0 - first), stride);
-        for (int c = 0; c < channels; ++c) {
-            float* const line = around.data() + size_t(c) * stride;
-            std::fill(line, line + (inside0 - first), float(samples[c]) * toLevels);
-            std::fill(line + (inside1 - first), line + stride,
-                      float(samples[size_t(length - 1) * channels + size_t(c)]) * toLevels);
-        }
-        sums.settle(method, radii, count);
-        sums.sum(method, taps, around.data(), stride, 1, count, channels, out);
-    }
-
-private:
-    std::vector<float> around;
-    TapSums sums;
-
-    // n pixels into each channel's line of around from position at, in
-    // levels. Channels is the channel count, or 0 for any.
-    template <int Channels>
-    void spread(int32_t const* pixels, int n, int anyChannels, float toLevels, size_t at, size_t stride)
-    {
-        size_t const k = size_t(Channels > 0 ? Channels : anyChannels);
-        float* const out = around.data() + at;
-        for (size_t x = 0; x < size_t(std::max(n, 0)); ++x)
-#pragma GCC unroll 4
-            for (size_t c = 0; c < k; ++c)
-                out[c * stride + x] = float(pixels[x * k + c]) * toLevels;
-    }
-};
 
 // Blurs positions [from, to) of every line of a plane of lines x length
 // positions x channels, each with the kernel of its radius (radii[line *
@@ -846,7 +865,8 @@ void sweepVarying(int32_t const* in, int lines, int length, int channels, float 
             int const last = from + end;
             float* const spanOut = lineOut + size_t(begin) * channels;
             if (kind > 0) {
-                taps.blur(samples, length, channels, lineRadii + first, first, last, method, scale, kind, spanOut);
+                taps.blur(samples, length, channels, lineRadii + first, first, last, method, wholeInLevels(scale),
+                          kind, spanOut);
             } else {
                 sums.build(samples, length, first, last);
                 shapes.make(method, lineRadii + first, end - begin, scale);
@@ -1154,33 +1174,36 @@ void blurVaryingRowsByStrips(FlexImage<T>* image, float const* radii, BlurMethod
     size_t const usedSamples = size_t(used.width()) * channels;
     int32_t* plane = keep.wholePlane.atLeast(readSamples * varyingStripLines);
     float* blurred = keep.blurred.atLeast(usedSamples * varyingStripLines);
-    for (int top = read.top; top < read.bottom; top += varyingStripLines) {
-        int const lines = std::min(varyingStripLines, read.bottom - top);
+    int const from = used.left - read.left;
+    int const to = used.right - read.left;
+    // A row whose kernels are all narrow is summed tap by tap straight from
+    // its samples; the rows around it, a run at a time, through a plane of
+    // whole numbers. (The same pixels either way: see blurColumnsByTaps.)
+    auto const tapsOfRow = [&](int y) {
+        return tapsFor(float(reachOfLargest(radii + size_t(y) * width + used.left, size_t(used.width()))));
+    };
+    for (int top = read.top; top < read.bottom;) {
+        if (int const taps = tapsOfRow(top)) {
+            keep.alongRows.blur(image->pixelAt(read.left, top), read.width(), channels,
+                                radii + size_t(top) * width + used.left, from, to, method,
+                                quantisedInLevels<T>(scale), taps, blurred);
+            storePlane(blurred, usedSamples, image->pixelAt(used.left, top));
+            ++top;
+            continue;
+        }
+        int lines = 1;
+        while (lines < varyingStripLines && top + lines < read.bottom && tapsOfRow(top + lines) == 0)
+            ++lines;
         for (int y = top; y < top + lines; ++y) {
             T const* row = image->pixelAt(read.left, y);
             quantisePlane(row, readSamples, scale, plane + size_t(y - top) * readSamples);
         }
         sweepVarying(plane, lines, read.width(), channels, radii + size_t(top) * width + read.left, size_t(width),
-                     used.left - read.left, used.right - read.left, method, scale, reach, blurred);
+                     from, to, method, scale, reach, blurred);
         for (int y = top; y < top + lines; ++y)
             storePlane(blurred + size_t(y - top) * usedSamples, usedSamples, image->pixelAt(used.left, y));
+        top += lines;
     }
-}
-
-// count pixels quantised (see quantised) into levels, each channel into a
-// line of its own (channel c at out + c x stride). Channels is the channel
-// count, or 0 for any.
-template <int Channels, typename T>
-WIDEST_VECTORS void spreadLevels(T const* pixels, int count, int anyChannels, double scale, float* out,
-                                 size_t stride)
-{
-    size_t const k = size_t(Channels > 0 ? Channels : anyChannels);
-    auto const quantise = quantisedBy(scale);
-    float const toLevels = float(1.0 / scale);
-    for (size_t x = 0; x < size_t(std::max(count, 0)); ++x)
-#pragma GCC unroll 4
-        for (size_t c = 0; c < k; ++c)
-            out[c * stride + x] = quantise(pixels[x * k + c]) * toLevels;
 }
 
 // A strip of columns [left, left + lines) whose kernels all reach no
@@ -1201,9 +1224,9 @@ void blurColumnsByTaps(FlexImage<T>* image, float const* radii, BlurMethod metho
         T const* pixels = image->pixelAt(left, std::clamp(read.top - taps + r, read.top, read.bottom - 1));
         float* const row = levels + size_t(r) * lines;
         if (channels == 3)
-            spreadLevels<3>(pixels, lines, channels, scale, row, channelSize);
+            spreadLevels<3>(pixels, lines, channels, quantisedInLevels<T>(scale), row, channelSize);
         else
-            spreadLevels<0>(pixels, lines, channels, scale, row, channelSize);
+            spreadLevels<0>(pixels, lines, channels, quantisedInLevels<T>(scale), row, channelSize);
     }
     float* const made = keep.blurred.atLeast(size_t(lines) * channels);
     for (int y = used.top; y < used.bottom; ++y) {

@@ -191,11 +191,12 @@ TEST(RunningBlur, ATileRoundsAsTheWholePicture)
     EXPECT_TRUE(same);
 }
 
-// Narrow kernels are summed tap by tap, along exchanged columns or down a
-// strip of columns as they lie (where the strip has no wider kernel). Both
-// ways must give the same pixels: which one a pixel takes depends on its
-// neighbours in the strip, and so on how the picture was cut into tiles.
-TEST(RunningBlur, NarrowKernelsComeOutAlikeEitherWayDownTheColumns)
+// Narrow kernels are summed tap by tap: straight from a row's samples, or
+// down a strip of columns as they lie, where the row or the strip has no
+// wider kernel; else through a plane of whole numbers along its lines.
+// Every way must give the same pixels: which one a pixel takes depends on
+// its neighbours, and so on how the picture was cut into tiles.
+TEST(RunningBlur, NarrowKernelsComeOutAlikeEveryWay)
 {
     int const w = 90;
     int const h = 60;
@@ -213,8 +214,8 @@ TEST(RunningBlur, NarrowKernelsComeOutAlikeEitherWayDownTheColumns)
         withWide[size_t(30) * w + wideColumn] = 40.0f; // one wide kernel
         runningVariableBlur(&allNarrow, radii.data(), method, 40.0f);
         runningVariableBlur(&oneWide, withWide.data(), method, 40.0f);
-        // Only the wide kernel's column differs; its neighbours in the strip
-        // were summed the other way.
+        // Only the wide kernel's column differs; its neighbours in its row
+        // and in its strip of columns were summed another way.
         bool same = true;
         for (int y = 0; y < h; ++y)
             for (int x = 0; x < w; ++x)
