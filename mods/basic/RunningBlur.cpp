@@ -430,7 +430,13 @@ inline double wholeToDouble(uint64_t v)
 class LinePrefixSums
 {
 public:
-    LinePrefixSums(int channels, int pad) : channels(channels), pad(pad) {}
+    // Lines of channels samples a position, extended by pad repeated edge
+    // samples at each end; the planes are kept from line to line.
+    void shapeLines(int lineChannels, int linePad)
+    {
+        channels = lineChannels;
+        pad = linePad;
+    }
 
     // Only the prefixes that the windows of positions [from, to) read are
     // made: from the first window's start to the last one's end. Inside a
@@ -463,8 +469,8 @@ public:
     }
 
 private:
-    int channels;
-    int pad;
+    int channels = 0;
+    int pad = 0;
     size_t positions = 0;
     std::vector<uint64_t> prefix;
 
@@ -812,6 +818,57 @@ private:
     TapSums sums;
 };
 
+// Blurs positions [from, to) of every line of a plane of lines x length
+// positions x channels, each with the kernel of its radius (radii[line *
+// radiiStride + position]), into lines of to - from positions; pad is at
+// least the largest reach of those kernels. Along a line, the stretches of
+// kernels of one tap count are summed tap by tap, those wider from prefix
+// sums. Its working memory is kept from sweep to sweep.
+class VaryingSweep
+{
+public:
+    void run(int32_t const* in, int lines, int length, int channels, float const* radii, size_t radiiStride,
+             int from, int to, BlurMethod method, double scale, int pad, float* out)
+    {
+        int const made = to - from;
+        sums.shapeLines(channels, pad);
+        blurred.resize(size_t(std::max(made, 0)) * channels);
+        tapsOf.resize(size_t(std::max(made, 0)));
+        for (int line = 0; line < lines; ++line) {
+            int32_t const* const samples = in + size_t(line) * length * channels;
+            float const* const lineRadii = radii + size_t(line) * radiiStride;
+            float* const lineOut = out + size_t(line) * made * channels;
+            for (int i = 0; i < made; ++i)
+                tapsOf[size_t(i)] = tapsFor(lineRadii[from + i]);
+            for (int begin = 0; begin < made;) {
+                int const kind = tapsOf[size_t(begin)];
+                int end = begin + 1;
+                while (end < made && tapsOf[size_t(end)] == kind)
+                    ++end;
+                int const first = from + begin;
+                int const last = from + end;
+                float* const spanOut = lineOut + size_t(begin) * channels;
+                if (kind > 0) {
+                    taps.blur(samples, length, channels, lineRadii + first, first, last, method,
+                              wholeInLevels(scale), kind, spanOut);
+                } else {
+                    sums.build(samples, length, first, last);
+                    shapes.make(method, lineRadii + first, end - begin, scale);
+                    sums.blurLine(first, end - begin, shapes, blurred.data(), spanOut);
+                }
+                begin = end;
+            }
+        }
+    }
+
+private:
+    LinePrefixSums sums;
+    LineShapes shapes;
+    TapBlur taps;
+    std::vector<float> blurred;
+    std::vector<int> tapsOf;
+};
+
 // Scratch planes lent out for each blur: a blur of a large tile needs tens
 // of megabytes, and fresh pages cost more to fault in than the blur itself.
 // They grow without copying or clearing what they held.
@@ -825,6 +882,7 @@ struct BlurScratch
     SampleBuffer<double> sums;
     TapSums taps;       // down strips of columns
     TapBlur alongRows;
+    VaryingSweep sweep; // along lines
 };
 
 // Never destroyed: blurs may still run on worker threads while the program
@@ -835,50 +893,9 @@ ScratchPool<BlurScratch>& blurScratchPool()
     return *pool;
 }
 
-// Blurs positions [from, to) of every line of a plane of lines x length
-// positions x channels, each with the kernel of its radius (radii[line *
-// radiiStride + position]), into lines of to - from positions; pad is at
-// least the largest reach of those kernels. Along a line, the stretches of
-// kernels of one tap count are summed tap by tap, those wider from prefix
-// sums.
-void sweepVarying(int32_t const* in, int lines, int length, int channels, float const* radii, size_t radiiStride,
-                  int from, int to, BlurMethod method, double scale, int pad, float* out)
-{
-    int const made = to - from;
-    LinePrefixSums sums(channels, pad);
-    LineShapes shapes;
-    TapBlur taps;
-    std::vector<float> blurred(size_t(std::max(made, 0)) * channels);
-    std::vector<int> tapsOf(size_t(std::max(made, 0)));
-    for (int line = 0; line < lines; ++line) {
-        int32_t const* const samples = in + size_t(line) * length * channels;
-        float const* const lineRadii = radii + size_t(line) * radiiStride;
-        float* const lineOut = out + size_t(line) * made * channels;
-        for (int i = 0; i < made; ++i)
-            tapsOf[size_t(i)] = tapsFor(lineRadii[from + i]);
-        for (int begin = 0; begin < made;) {
-            int const kind = tapsOf[size_t(begin)];
-            int end = begin + 1;
-            while (end < made && tapsOf[size_t(end)] == kind)
-                ++end;
-            int const first = from + begin;
-            int const last = from + end;
-            float* const spanOut = lineOut + size_t(begin) * channels;
-            if (kind > 0) {
-                taps.blur(samples, length, channels, lineRadii + first, first, last, method, wholeInLevels(scale),
-                          kind, spanOut);
-            } else {
-                sums.build(samples, length, first, last);
-                shapes.make(method, lineRadii + first, end - begin, scale);
-                sums.blurLine(first, end - begin, shapes, blurred.data(), spanOut);
-            }
-            begin = end;
-        }
-    }
-}
-
 // The reach of the largest of the radii (those that are not numbers blur
 // nothing), at most a million pixels.
+//
 // Positive floats order as their bits do, as whole numbers: the largest is
 // found with whole-number maxima, which vectorise (a float maximum does not
 // in strict arithmetic, which must keep what is not a number in order).
@@ -1198,8 +1215,8 @@ void blurVaryingRowsByStrips(FlexImage<T>* image, float const* radii, BlurMethod
             T const* row = image->pixelAt(read.left, y);
             quantisePlane(row, readSamples, scale, plane + size_t(y - top) * readSamples);
         }
-        sweepVarying(plane, lines, read.width(), channels, radii + size_t(top) * width + read.left, size_t(width),
-                     from, to, method, scale, reach, blurred);
+        keep.sweep.run(plane, lines, read.width(), channels, radii + size_t(top) * width + read.left,
+                       size_t(width), from, to, method, scale, reach, blurred);
         for (int y = top; y < top + lines; ++y)
             storePlane(blurred + size_t(y - top) * usedSamples, usedSamples, image->pixelAt(used.left, y));
         top += lines;
@@ -1298,8 +1315,8 @@ void blurVaryingColumnsByStrips(FlexImage<T>* image, float const* radii, BlurMet
                                lineSamples, quantisedBy<int32_t>(scale));
         exchangeRowsAndColumns(radii + size_t(read.top) * width + left, size_t(width), read.height(), lines, 1,
                                columnRadii, size_t(read.height()), unchanged());
-        sweepVarying(plane, lines, read.height(), channels, columnRadii, size_t(read.height()), used.top - read.top,
-                     used.bottom - read.top, method, scale, reach, blurred);
+        keep.sweep.run(plane, lines, read.height(), channels, columnRadii, size_t(read.height()),
+                       used.top - read.top, used.bottom - read.top, method, scale, reach, blurred);
         exchangeRowsAndColumns(blurred, madeSamples, lines, used.height(), channels, image->pixelAt(left, used.top),
                                imageStride, storedAs<T>());
         left += lines;
