@@ -749,14 +749,24 @@ private:
 // line of its own (channel c at out + c x stride). Channels is the channel
 // count, or 0 for any.
 template <int Channels, typename Sample, typename ToLevels>
-WIDEST_VECTORS void spreadLevels(Sample const* pixels, int count, int anyChannels, ToLevels toLevels, float* out,
-                                 size_t stride)
+WIDEST_VECTORS void spreadLevelsOf(Sample const* pixels, int count, int anyChannels, ToLevels toLevels, float* out,
+                                   size_t stride)
 {
     size_t const k = size_t(Channels > 0 ? Channels : anyChannels);
     for (size_t x = 0; x < size_t(std::max(count, 0)); ++x)
 #pragma GCC unroll 4
         for (size_t c = 0; c < k; ++c)
             out[c * stride + x] = toLevels(pixels[x * k + c]);
+}
+
+// The same for any channel count, with RGB's loop built for three.
+template <typename Sample, typename ToLevels>
+void spreadLevels(Sample const* pixels, int count, int channels, ToLevels toLevels, float* out, size_t stride)
+{
+    if (channels == 3)
+        spreadLevelsOf<3>(pixels, count, channels, toLevels, out, stride);
+    else
+        spreadLevelsOf<0>(pixels, count, channels, toLevels, out, stride);
 }
 
 // A sample in levels: a whole number of 1/scale levels as it stands, or a
@@ -798,11 +808,7 @@ public:
         int const inside0 = std::clamp(first, 0, length);
         int const inside1 = std::clamp(to + taps, inside0, length);
         float* const inside = around.data() + (inside0 - first);
-        if (channels == 3)
-            spreadLevels<3>(samples + size_t(inside0) * 3, inside1 - inside0, channels, toLevels, inside, stride);
-        else
-            spreadLevels<0>(samples + size_t(inside0) * channels, inside1 - inside0, channels, toLevels, inside,
-                            stride);
+        spreadLevels(samples + size_t(inside0) * channels, inside1 - inside0, channels, toLevels, inside, stride);
         for (int c = 0; c < channels; ++c) {
             float* const line = around.data() + size_t(c) * stride;
             std::fill(line, line + (inside0 - first), toLevels(samples[c]));
@@ -1240,10 +1246,7 @@ void blurColumnsByTaps(FlexImage<T>* image, float const* radii, BlurMethod metho
     for (int r = 0; r < rows; ++r) {
         T const* pixels = image->pixelAt(left, std::clamp(read.top - taps + r, read.top, read.bottom - 1));
         float* const row = levels + size_t(r) * lines;
-        if (channels == 3)
-            spreadLevels<3>(pixels, lines, channels, quantisedInLevels<T>(scale), row, channelSize);
-        else
-            spreadLevels<0>(pixels, lines, channels, quantisedInLevels<T>(scale), row, channelSize);
+        spreadLevels(pixels, lines, channels, quantisedInLevels<T>(scale), row, channelSize);
     }
     float* const made = keep.blurred.atLeast(size_t(lines) * channels);
     for (int y = used.top; y < used.bottom; ++y) {
