@@ -611,10 +611,12 @@ inline int tapsFor(float radius)
     return radius <= 8.0f ? 8 : radius <= 16.0f ? 16 : radius <= float(widestTaps) ? widestTaps : 0;
 }
 
-// The weight of tap k (k >= 1) of a pixel's kernel from its two settings:
-// ease(1 - k v), v = 1 / (extent + 1) (the middle weighs 1; past extent + 1
-// the weight is 0); and for the box 1 below its reach n, its fraction of a
-// pixel at n, 0 beyond.
+// The weight of tap k (k >= 1) of a pixel's kernel from its two settings.
+// Gaussian: ease(1 - u), u = k / (extent + 1): 1 - 2 u^2 up to u = 1/2,
+// 2 (1 - u)^2 up to u = 1, 0 beyond. The two halves differ by (2u - 1)^2,
+// so with u capped at 1 the weight is 1 - 2 u^2 + max(2u - 1, 0)^2, with no
+// select: the tap loop is the blur's innermost.
+// Box: 1 below its reach n, its fraction of a pixel at n, 0 beyond.
 struct GaussianTaps
 {
     static void settings(float extent, float* a, float*)
@@ -623,10 +625,9 @@ struct GaussianTaps
     }
     static float weight(float k, float a, float)
     {
-        float const t = std::max(1.0f - k * a, 0.0f);
-        float const rising = 2.0f * t * t;
-        float const falling = 1.0f - 2.0f * (1.0f - t) * (1.0f - t);
-        return t < 0.5f ? rising : falling;
+        float const u = std::min(k * a, 1.0f);
+        float const past = std::max(2.0f * u - 1.0f, 0.0f);
+        return 1.0f - 2.0f * u * u + past * past;
     }
 };
 
