@@ -31,6 +31,7 @@ void BM_Spatial(benchmark::State& state, char const* name, float amount, int met
     BENCHMARK_CAPTURE(BM_Spatial, label, name, amount, method)->Unit(benchmark::kMillisecond)->Iterations(1)
 
 SPATIAL(BlurGaussian10, "Blur", 10.0f, 0);
+SPATIAL(BlurGaussian15, "Blur", 15.0f, 0);
 SPATIAL(BlurGaussian25, "Blur", 25.0f, 0);
 SPATIAL(BlurGaussian50, "Blur", 50.0f, 0);
 SPATIAL(BlurGaussian100, "Blur", 100.0f, 0);
@@ -45,6 +46,20 @@ SPATIAL(Vignette, "Vignette", 0.5f, 0);
 SPATIAL(CircularBlur, "Radial Blur", 0.5f, 0);
 SPATIAL(CircularBlurFull, "Radial Blur", 1.0f, 0);
 SPATIAL(Dynamics, "Dynamics", 50.0f, 0);
+
+// The blur as Dreamy follows its circular blur with it: a small kernel,
+// mixed with the picture before the blur.
+void BM_BlurMixed(benchmark::State& state)
+{
+    GrowArray<ImageMod*> prototypes = createPrototypeRegistry();
+    std::unique_ptr<ImageMod> mod(findPrototype(prototypes, "Blur")->createCopy());
+    deleteMods(prototypes);
+    mod->setFloatVar(0, 15.0f);
+    mod->setFloatVar(1, 30.0f);
+    renderOverLargeImage(state, mod.get());
+}
+
+BENCHMARK(BM_BlurMixed)->Unit(benchmark::kMillisecond)->Iterations(1);
 
 // The circular blur as the tool's presets set it, on one thread, over tiles
 // cut as the band renderer cuts a 6000 x 4000 photo with this blur's halo:

@@ -138,8 +138,25 @@ void makeCircleKernel(float x, int r, GrowArray<float>* out)
     normalise(out);
 }
 
+// A blurred sample mixed with the original one, as the image stores it.
 template <typename T>
-void separableBlur(FlexImage<T>* image, float const* kernel, int r)
+inline T mixed(T original, T blurred, float mix)
+{
+    return FlexImage<T>::storeSample(clamp255(float(original) * (1.0f - mix) + float(blurred) * mix));
+}
+
+// The blurred samples into out, each stored as the image stores samples and
+// then mixed with the sample it replaces.
+template <typename T>
+void storeMixed(float const* values, size_t count, float mix, T* out)
+{
+    widestLoop(count, [values, mix, out](size_t i) {
+        out[i] = mixed(out[i], FlexImage<T>::storeSample(clamp255(values[i])), mix);
+    });
+}
+
+template <typename T>
+void separableBlur(FlexImage<T>* image, float const* kernel, int r, float mix)
 {
     int const width = image->width;
     int const height = image->height;
@@ -171,6 +188,8 @@ void separableBlur(FlexImage<T>* image, float const* kernel, int r)
     // Columns: the taps are rows above and below (edges repeating), so the
     // pass walks rows instead of striding down each column. It runs in strips
     // of columns narrow enough that all the taps of a strip stay in cache.
+    // The image still holds the samples before the blur, which the mix
+    // takes as each is replaced.
     size_t const strip = 1024;
     for (size_t first = 0; first < usedSamples; first += strip) {
         size_t const count = std::min(strip, usedSamples - first);
@@ -178,7 +197,11 @@ void separableBlur(FlexImage<T>* image, float const* kernel, int r)
             for (int k = 0; k <= 2 * r; ++k)
                 taps[k] = &rows[size_t(std::clamp(y + k - r, 0, height - 1) - read.top) * usedSamples + first];
             accumulateSymmetric(taps.data(), kernel, r, count, sums.data());
-            storeClamped(sums.data(), count, image->pixelAt(used.left, y) + first);
+            T* const out = image->pixelAt(used.left, y) + first;
+            if (mix < 1.0f)
+                storeMixed(sums.data(), count, mix, out);
+            else
+                storeClamped(sums.data(), count, out);
         }
     }
 }
@@ -204,15 +227,13 @@ void blendWithOriginal(FlexImage<T>* out, FlexImage<T> const& orig, float mix)
     forEachUsedRow(out, [&orig, mix, channels = out->channels, top = UsedRegion::of(out->width, out->height).top](
                             int y, int, T* blurred, int width) {
         T const* original = orig.pixelAt(0, y - top);
-        widestLoop(size_t(width) * channels, [blurred, original, mix](size_t i) {
-            blurred[i] =
-                FlexImage<T>::storeSample(clamp255(float(original[i]) * (1.0f - mix) + float(blurred[i]) * mix));
-        });
+        widestLoop(size_t(width) * channels,
+                   [blurred, original, mix](size_t i) { blurred[i] = mixed(original[i], blurred[i], mix); });
     });
 }
 
-template void separableBlur(FlexImage<unsigned char>*, float const*, int);
-template void separableBlur(FlexImage<float>*, float const*, int);
+template void separableBlur(FlexImage<unsigned char>*, float const*, int, float);
+template void separableBlur(FlexImage<float>*, float const*, int, float);
 template void convolveClamped(FlexImage<unsigned char>*, float const*, int);
 template void convolveClamped(FlexImage<float>*, float const*, int);
 template void blendWithOriginal(FlexImage<unsigned char>*, FlexImage<unsigned char> const&, float);

@@ -21,9 +21,10 @@ void makeCircleKernel(float x, int r, GrowArray<float>* out);
 // The two passes of a separable blur with the same symmetric kernel of 2r + 1
 // weights: rows, then columns, edges repeating. Every pass result is clamped
 // to 0..255. Only the part of the image whose results are read is blurred
-// (see UsedRegion). Scratch is allocated per call.
+// (see UsedRegion). With mix below 1, each result is then mixed with the
+// sample it replaces as blendWithOriginal mixes them.
 template <typename T>
-void separableBlur(FlexImage<T>* image, float const* kernel, int r);
+void separableBlur(FlexImage<T>* image, float const* kernel, int r, float mix = 1.0f);
 
 // The 2-D convolution of the image with a square kernel of side 2r + 1,
 // results clamped to 0..255 and stored in place.

@@ -82,22 +82,25 @@ void ImageModBlur::templateMod(FlexImage<T>* image, ImageModChunkInfo* info)
     if (mix == 0.0f || r == 0 || m < BlurGaussian || m > BlurCircle)
         return;
 
+    // Small kernels run directly, mixing as they store; larger ones by
+    // running sums, whose cost does not grow with the radius (the disc's by
+    // row spans, O(r)).
+    GrowArray<float> kernel;
+    if (m != BlurCircle && r <= directReach) {
+        makeBlurKernel(BlurMethod(m), x, r, &kernel);
+        separableBlur(image, kernel.data, r, mix);
+        return;
+    }
     // Only the used part is blurred, kept and mixed.
     auto const originalMemory = originalsPool<T>().lease();
     FlexImage<T> original;
     if (mix < 1.0f)
         keepUsedPart(*image, &*originalMemory, &original);
-    // Small kernels run directly; larger ones by running sums, whose cost
-    // does not grow with the radius (the disc's by row spans, O(r)).
-    GrowArray<float> kernel;
     if (m == BlurCircle && r <= directDiscReach) {
         makeCircleKernel(x, r, &kernel);
         convolveClamped(image, kernel.data, r);
     } else if (m == BlurCircle) {
         circleBlurBySpans(image, x, r);
-    } else if (r <= directReach) {
-        makeBlurKernel(BlurMethod(m), x, r, &kernel);
-        separableBlur(image, kernel.data, r);
     } else {
         runningSeparableBlur(image, PiecewiseKernel::forBlur(BlurMethod(m), x, r));
     }
