@@ -4,6 +4,9 @@
 #include <cmath>
 #include <vector>
 
+#include "core/SampleMemory.h"
+#include "core/ScratchPool.h"
+
 #include "imaging/FastPow.h"
 #include "mods/UsedRegion.h"
 #include "mods/basic/BlurKernels.h"
@@ -13,36 +16,56 @@
 
 namespace {
 
-// Each pixel's blur radius from its distance to the picture's centre, in
-// the used columns (see UsedRegion) of every row: the blurs make only the
-// used columns, and only their radii (the rest are 0) set how far they
-// read.
-template <typename T>
-std::vector<float> radiusPlane(FlexImage<T> const& image, ImageModChunkInfo const* info, float falloff,
-                               float size, float maxRadius)
+// Each pixel's blur radius from its distance to the picture's centre.
+class RadiusRamp
 {
-    PixelRect const used = UsedRegion::of(image.width, image.height);
-    PictureFrame const frame = pictureFrame(image, info);
-    float const e = rampExponent(falloff);
-    float const reach = size * 1.85f *
-                        std::sqrt(frame.visibleWidth * 0.5f * frame.visibleWidth * 0.5f +
-                                  frame.visibleHeight * 0.5f * frame.visibleHeight * 0.5f);
-    std::vector<float> radii(size_t(image.width) * image.height);
-    for (int y = 0; y < image.height; ++y) {
-        float* const row = radii.data() + size_t(y) * image.width;
-        float const dy = float(y) - frame.centreY;
-        int const left = used.left;
-        widestLoop(used.width(), [=](int i) {
-            int const x = left + i;
-            float const dx = float(x) - frame.centreX;
-            float const d = std::sqrt(dx * dx + dy * dy) / reach;
-            // The vectorisable power: a radius needs no more than a few
-            // parts in 10^7, and the loop then runs several pixels at once.
-            float const mask = radialRamp(d, e, [](float b, float k) { return fastPow::power(b, k); });
-            row[x] = mask * maxRadius;
-        });
+public:
+    template <typename T>
+    RadiusRamp(FlexImage<T> const& image, ImageModChunkInfo const* info, float falloff, float size, float maxRadius)
+        : frame(pictureFrame(image, info)), exponent(rampExponent(falloff)),
+          reach(size * 1.85f *
+                std::sqrt(frame.visibleWidth * 0.5f * frame.visibleWidth * 0.5f +
+                          frame.visibleHeight * 0.5f * frame.visibleHeight * 0.5f)),
+          maxRadius(maxRadius)
+    {
     }
-    return radii;
+
+    // The radii of the pixels in rect, into a plane stride radii a row.
+    void fill(PixelRect rect, size_t stride, float* radii) const
+    {
+        for (int y = rect.top; y < rect.bottom; ++y) {
+            float* const row = radii + size_t(y) * stride;
+            float const dy = float(y) - frame.centreY;
+            int const left = rect.left;
+            float const centreX = frame.centreX;
+            float const e = exponent;
+            float const toDistance = reach;
+            float const largest = maxRadius;
+            widestLoop(rect.width(), [=](int i) {
+                int const x = left + i;
+                float const dx = float(x) - centreX;
+                float const d = std::sqrt(dx * dx + dy * dy) / toDistance;
+                // The vectorisable power: a radius needs no more than a few
+                // parts in 10^7, and the loop then runs several pixels at once.
+                float const mask = radialRamp(d, e, [](float b, float k) { return fastPow::power(b, k); });
+                row[x] = mask * largest;
+            });
+        }
+    }
+
+private:
+    PictureFrame frame;
+    float exponent;
+    float reach;
+    float maxRadius;
+};
+
+// The planes of radii, kept from tile to tile: a plane of a large tile is
+// megabytes, and only the part a blur reads is filled.
+ScratchPool<SampleBuffer<float>>& radiusPlanes()
+{
+    static auto* pool = new ScratchPool<SampleBuffer<float>>();
+    return *pool;
 }
 
 } // namespace
@@ -82,11 +105,22 @@ void ImageModRadialBlur::templateMod(FlexImage<T>* image, ImageModChunkInfo* inf
     int const fullWidth = info ? info->fullWidth : image->width;
     int const fullHeight = info ? info->fullHeight : image->height;
     float const largest = maximumRadius(std::max(fullWidth, fullHeight));
-    std::vector<float> const radii = radiusPlane(*image, info, floatVarInRange(1), floatVarInRange(2), largest);
-    if (m == BlurCircle)
-        variableCircleBlur(image, radii.data());
-    else
-        runningVariableBlur(image, radii.data(), BlurMethod(m), largest);
+    RadiusRamp const ramp(*image, info, floatVarInRange(1), floatVarInRange(2), largest);
+    // The radii of the used pixels (see UsedRegion) first: the reach of
+    // their kernels says which more the blur reads.
+    auto const lease = radiusPlanes().lease();
+    float* const radii = lease->atLeast(size_t(image->width) * size_t(image->height));
+    size_t const stride = size_t(image->width);
+    PixelRect const used = UsedRegion::of(image->width, image->height);
+    ramp.fill(used, stride, radii);
+    if (m == BlurCircle) {
+        variableCircleBlur(image, radii);
+        return;
+    }
+    PixelRect const rows = varyingBlurRadiiRows(radii, image->width, image->height);
+    ramp.fill(PixelRect{used.left, rows.top, used.right, used.top}, stride, radii);
+    ramp.fill(PixelRect{used.left, used.bottom, used.right, rows.bottom}, stride, radii);
+    runningVariableBlur(image, radii, BlurMethod(m), largest);
 }
 
 INSTANTIATE_TEMPLATE_MOD(ImageModRadialBlur);

@@ -923,6 +923,26 @@ WIDEST_VECTORS int reachOfLargest(float const* radii, size_t count)
     return int(std::ceil(std::min(value, 1.0e6f)));
 }
 
+// The reach of the largest radius in rect of a plane of radii, stride
+// radii a row.
+int reachOfLargestIn(float const* radii, size_t stride, PixelRect rect)
+{
+    int reach = 0;
+    for (int y = rect.top; y < rect.bottom; ++y)
+        reach = std::max(reach, reachOfLargest(radii + size_t(y) * stride + rect.left, size_t(rect.width())));
+    return reach;
+}
+
+// The used rows, and as many rows on each side as their widest kernel
+// reaches down and up, in the used columns (see varyingBlurRadiiRows).
+PixelRect rowsAround(PixelRect used, int reachDown, int width, int height)
+{
+    PixelRect rows = grownWithin(used, reachDown, width, height);
+    rows.left = used.left;
+    rows.right = used.right;
+    return rows;
+}
+
 // --- discs from row spans ------------------------------------------------
 
 // A picture's rows as prefix sums of whole numbers (fixed point, exact in
@@ -1266,10 +1286,7 @@ void blurColumnsByTaps(FlexImage<T>* image, float const* radii, BlurMethod metho
 // sum them all (0 for prefix sums).
 int tapsOfStrip(float const* radii, size_t stride, int left, int lines, PixelRect used)
 {
-    int reach = 0;
-    for (int y = used.top; y < used.bottom; ++y)
-        reach = std::max(reach, reachOfLargest(radii + size_t(y) * stride + left, size_t(lines)));
-    return tapsFor(float(reach));
+    return tapsFor(float(reachOfLargestIn(radii, stride, PixelRect{left, used.top, left + lines, used.bottom})));
 }
 
 // Strips of narrow kernels side by side are summed down their columns
@@ -1335,13 +1352,27 @@ void runningVariableBlur(FlexImage<T>* image, float const* radii, BlurMethod met
         return;
     // Past a million pixels the scale has long reached its floor.
     double const scale = scaleFor(largestRadius > 0.0f ? int(std::ceil(std::min(largestRadius, 1.0e6f))) : 0);
-    int const reach = reachOfLargest(radii, size_t(image->width) * image->height);
-    // The rows pass makes the used columns of every row the columns pass
-    // reads.
-    PixelRect const read = grownWithin(used, reach, image->width, image->height);
+    // The columns pass makes the used pixels, and reads as far up and down
+    // as their kernels reach; the rows pass makes the used columns of those
+    // rows, and reads as far across as the kernels of those rows reach.
+    size_t const stride = size_t(image->width);
+    int const reachDown = reachOfLargestIn(radii, stride, used);
+    PixelRect const rows = rowsAround(used, reachDown, image->width, image->height);
+    int const reachAcross = reachOfLargestIn(radii, stride, rows);
+    PixelRect read = grownWithin(used, reachAcross, image->width, image->height);
+    read.top = rows.top;
+    read.bottom = rows.bottom;
     auto const lease = blurScratchPool().lease();
-    blurVaryingRowsByStrips(image, radii, method, scale, reach, used, read, *lease);
-    blurVaryingColumnsByStrips(image, radii, method, scale, reach, used, read, *lease);
+    blurVaryingRowsByStrips(image, radii, method, scale, reachAcross, used, read, *lease);
+    blurVaryingColumnsByStrips(image, radii, method, scale, reachDown, used, read, *lease);
+}
+
+PixelRect varyingBlurRadiiRows(float const* radii, int width, int height)
+{
+    PixelRect const used = UsedRegion::of(width, height);
+    if (used.width() <= 0 || used.height() <= 0)
+        return used;
+    return rowsAround(used, reachOfLargestIn(radii, size_t(width), used), width, height);
 }
 
 template <typename T>

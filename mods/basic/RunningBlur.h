@@ -1,6 +1,7 @@
 #pragma once
 
 #include "imaging/FlexImage.h"
+#include "mods/UsedRegion.h"
 #include "mods/basic/BlurKernels.h"
 
 // Blurs whose cost does not grow with the radius.
@@ -54,14 +55,24 @@ void runningSeparableBlur(FlexImage<T>* image, PiecewiseKernel const& kernel);
 // largestRadius bounds every radius of the whole picture: the fixed point
 // of the sums follows it, so it must not depend on the tile (every tile
 // then rounds its samples alike).
+// Only the used columns of some rows of radii are read (see
+// varyingBlurRadiiRows); the rest may hold anything.
 template <typename T>
 void runningVariableBlur(FlexImage<T>* image, float const* radii, BlurMethod method, float largestRadius);
+
+// The radii runningVariableBlur reads, of a width x height image: the used
+// columns (see UsedRegion) of the used rows, and of as many rows on each
+// side as the widest kernel of the used rows reaches (the rows pass makes
+// them for the columns pass). Only the used rows' radii are read to find
+// them, so the rest can be worked out after.
+PixelRect varyingBlurRadiiRows(float const* radii, int width, int height);
 
 // The disc blur of extent x and radius r: each kernel row is one span of
 // full weight (summed from prefix sums) and a soft rim of about 2 pi x
 // pixels, so a sample costs O(r), not O(r^2).
 template <typename T>
 void circleBlurBySpans(FlexImage<T>* image, float x, int r);
-// The same with each pixel's own radius (radii: one per pixel, row-major).
+// The same with each pixel's own radius (radii: one per pixel, row-major;
+// only the used pixels' are read).
 template <typename T>
 void variableCircleBlur(FlexImage<T>* image, float const* radii);

@@ -225,6 +225,54 @@ TEST(RunningBlur, NarrowKernelsComeOutAlikeEveryWay)
     }
 }
 
+// In a tile, the blur reads the radii of the used columns only, in the used
+// rows and as many rows around them as their widest kernel reaches: radii
+// outside that (huge, or not numbers) change nothing. Here the used part is
+// columns 30..70 of rows 40..60, whose widest kernel (radius 4.5, in row 40)
+// reaches 5 rows.
+TEST(RunningBlur, ReadsOnlyTheRadiiAroundTheUsedPart)
+{
+    int const w = 100;
+    int const h = 100;
+    std::vector<float> radii(size_t(w) * h);
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x)
+            radii[size_t(y) * w + x] = 1.5f + 0.1f * float(std::abs(y - 50)) + 0.25f * float(x % 9);
+    for (BlurMethod method : {BlurGaussian, BlurBox}) {
+        SCOPED_TRACE(method == BlurBox ? "box" : "gaussian");
+        FlexImage<float> everyRadius;
+        fillRandomly(everyRadius, w, h, 21);
+        FlexImage<float> someRadii;
+        someRadii.copyFromImage(everyRadius, true);
+        UsedRegion::Scope const used(w, h, PixelRect{30, 40, 70, 60}, 0);
+        PixelRect const rows = varyingBlurRadiiRows(radii.data(), w, h);
+        EXPECT_EQ(rows.top, 35);
+        EXPECT_EQ(rows.bottom, 65);
+        EXPECT_EQ(rows.left, 30);
+        EXPECT_EQ(rows.right, 70);
+        std::vector<float> unread = radii;
+        for (int y = 0; y < h; ++y)
+            for (int x = 0; x < w; ++x)
+                if (y < rows.top || y >= rows.bottom || x < rows.left || x >= rows.right)
+                    unread[size_t(y) * w + x] = (x + y) % 2 ? 1.0e9f : std::nanf("");
+        FlexImage<float> direct;
+        direct.copyFromImage(everyRadius, true);
+        directVariableBlur(&direct, radii, method);
+        runningVariableBlur(&everyRadius, radii.data(), method, 20.0f);
+        runningVariableBlur(&someRadii, unread.data(), method, 20.0f);
+        bool same = true;
+        float worst = 0.0f;
+        for (int y = 40; y < 60; ++y)
+            for (int x = 30; x < 70; ++x)
+                for (int c = 0; c < 3; ++c) {
+                    same = same && everyRadius.pixelAt(x, y)[c] == someRadii.pixelAt(x, y)[c];
+                    worst = std::max(worst, std::fabs(someRadii.pixelAt(x, y)[c] - direct.pixelAt(x, y)[c]));
+                }
+        EXPECT_TRUE(same);
+        EXPECT_LT(worst, 1e-3f);
+    }
+}
+
 TEST(RunningBlur, DiscFromRowSpansMatchesTheDirectRule)
 {
     for (float x : {1.2f, 3.3f, 5.0f, 7.9f, 12.6f}) {
