@@ -26,6 +26,19 @@ void fillRandomly(FlexImage<float>& image, int width, int height, unsigned seed,
         image.pixels[i] = level(random);
 }
 
+// A random picture, and a copy of it to blur another way.
+void fillRandomPair(FlexImage<float>& image, FlexImage<float>& copy, int width, int height, unsigned seed,
+                    int channels = 3)
+{
+    fillRandomly(image, width, height, seed, channels);
+    copy.copyFromImage(image, true);
+}
+
+char const* methodName(BlurMethod method)
+{
+    return method == BlurBox ? "box" : "gaussian";
+}
+
 float largestDifference(FlexImage<float> const& a, FlexImage<float> const& b)
 {
     float worst = 0.0f;
@@ -72,12 +85,11 @@ TEST(RunningBlur, SeparableBlurMatchesTheDirectRuleAtEveryRadius)
 {
     for (BlurMethod method : {BlurGaussian, BlurBox})
         for (float x : {0.6f, 1.0f, 2.5f, 4.0f, 7.3f, 12.0f, 19.5f, 33.3f, 60.0f}) {
-            SCOPED_TRACE(testing::Message() << (method == BlurBox ? "box" : "gaussian") << " extent " << x);
+            SCOPED_TRACE(testing::Message() << methodName(method) << " extent " << x);
             int const r = int(std::ceil(x));
             FlexImage<float> direct;
-            fillRandomly(direct, 41, 23, unsigned(x * 10));
             FlexImage<float> running;
-            running.copyFromImage(direct, true);
+            fillRandomPair(direct, running, 41, 23, unsigned(x * 10));
             GrowArray<float> kernel;
             makeBlurKernel(method, x, r, &kernel);
             separableBlur(&direct, kernel.data, r);
@@ -148,12 +160,11 @@ TEST(RunningBlur, PerPixelRadiiMatchTheDirectRule)
                 if (pattern == 2) // a blurred ring around an untouched middle
                     for (size_t i = 0; i < radii.size(); i += 3)
                         radii[i] = 6.5f;
-                SCOPED_TRACE(testing::Message() << (method == BlurBox ? "box" : "gaussian") << " pattern " << pattern
+                SCOPED_TRACE(testing::Message() << methodName(method) << " pattern " << pattern
                                                 << ", " << channels << " channels");
                 FlexImage<float> direct;
-                fillRandomly(direct, w, h, unsigned(pattern + 1), channels);
                 FlexImage<float> running;
-                running.copyFromImage(direct, true);
+                fillRandomPair(direct, running, w, h, unsigned(pattern + 1), channels);
                 directVariableBlur(&direct, radii, method);
                 runningVariableBlur(&running, radii.data(), method, *std::max_element(radii.begin(), radii.end()));
                 EXPECT_LT(largestDifference(direct, running), 1e-3f);
@@ -202,11 +213,10 @@ TEST(RunningBlur, NarrowKernelsComeOutAlikeEveryWay)
     int const h = 60;
     int const wideColumn = 40;
     for (BlurMethod method : {BlurGaussian, BlurBox}) {
-        SCOPED_TRACE(method == BlurBox ? "box" : "gaussian");
+        SCOPED_TRACE(methodName(method));
         FlexImage<float> allNarrow;
-        fillRandomly(allNarrow, w, h, 13);
         FlexImage<float> oneWide;
-        oneWide.copyFromImage(allNarrow, true);
+        fillRandomPair(allNarrow, oneWide, w, h, 13);
         std::vector<float> radii(size_t(w) * h);
         for (size_t i = 0; i < radii.size(); ++i)
             radii[i] = 1.0f + float(i % 23); // up to 23: narrow
@@ -239,11 +249,10 @@ TEST(RunningBlur, ReadsOnlyTheRadiiAroundTheUsedPart)
         for (int x = 0; x < w; ++x)
             radii[size_t(y) * w + x] = 1.5f + 0.1f * float(std::abs(y - 50)) + 0.25f * float(x % 9);
     for (BlurMethod method : {BlurGaussian, BlurBox}) {
-        SCOPED_TRACE(method == BlurBox ? "box" : "gaussian");
+        SCOPED_TRACE(methodName(method));
         FlexImage<float> everyRadius;
-        fillRandomly(everyRadius, w, h, 21);
         FlexImage<float> someRadii;
-        someRadii.copyFromImage(everyRadius, true);
+        fillRandomPair(everyRadius, someRadii, w, h, 21);
         UsedRegion::Scope const used(w, h, PixelRect{30, 40, 70, 60}, 0);
         PixelRect const rows = varyingBlurRadiiRows(radii.data(), w, h);
         EXPECT_EQ(rows.top, 35);
@@ -279,9 +288,8 @@ TEST(RunningBlur, DiscFromRowSpansMatchesTheDirectRule)
         SCOPED_TRACE(testing::Message() << "extent " << x);
         int const r = int(std::ceil(x));
         FlexImage<float> direct;
-        fillRandomly(direct, 29, 31, unsigned(x * 7));
         FlexImage<float> spans;
-        spans.copyFromImage(direct, true);
+        fillRandomPair(direct, spans, 29, 31, unsigned(x * 7));
         GrowArray<float> kernel;
         makeCircleKernel(x, r, &kernel);
         convolveClamped(&direct, kernel.data, r);
