@@ -2,11 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <vector>
 
 #include "core/SampleMemory.h"
 #include "core/ScratchPool.h"
-
 #include "imaging/FastPow.h"
 #include "mods/UsedRegion.h"
 #include "mods/basic/BlurKernels.h"
@@ -36,6 +34,7 @@ public:
         for (int y = rect.top; y < rect.bottom; ++y) {
             float* const row = radii + size_t(y) * stride;
             float const dy = float(y) - frame.centreY;
+            // Copies for the loop, which then reads nothing through this.
             int const left = rect.left;
             float const centreX = frame.centreX;
             float const e = exponent;
