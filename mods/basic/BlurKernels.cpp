@@ -60,8 +60,6 @@ void padRow(T const* row, int width, int channels, int r, float* padded)
 WIDEST_VECTORS void accumulateSymmetric(float const* const* taps, float const* kernel, int r, size_t count,
                                         float* out)
 {
-    // The first product is stored, not added to zeros: one pass fewer over
-    // out, and the same sums.
     float const centre = kernel[r];
     float const* middle = taps[r];
     if (r == 0) {
@@ -69,16 +67,16 @@ WIDEST_VECTORS void accumulateSymmetric(float const* const* taps, float const* k
             out[i] = centre * middle[i];
         return;
     }
-    for (int k = 0; k < r; ++k) {
+    // The outermost pair's products are stored, not added to zeros: one
+    // pass fewer over out, and the same sums.
+    for (size_t i = 0; i < count; ++i)
+        out[i] = kernel[0] * (taps[0][i] + taps[2 * r][i]);
+    for (int k = 1; k < r; ++k) {
         float const w = kernel[k];
         float const* left = taps[k];
         float const* right = taps[2 * r - k];
-        if (k == 0)
-            for (size_t i = 0; i < count; ++i)
-                out[i] = w * (left[i] + right[i]);
-        else
-            for (size_t i = 0; i < count; ++i)
-                out[i] += w * (left[i] + right[i]);
+        for (size_t i = 0; i < count; ++i)
+            out[i] += w * (left[i] + right[i]);
     }
     for (size_t i = 0; i < count; ++i)
         out[i] += centre * middle[i];
